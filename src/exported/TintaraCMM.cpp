@@ -1,0 +1,7 @@
+// Shared pieces of the exported layer.
+#include "exported/TKExport.h"
+
+int32_t TKArgumentError(const char* file, int32_t line) {
+    TKError record(ArgErr, nullptr, file, line);
+    return record.code();
+}
