@@ -1,0 +1,259 @@
+// Debug channels: the table, the on/off rules, formatting limits, line prefixes and routing.
+#include <unistd.h>
+
+#include <mutex>
+#include <regex>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "foundation/TKDebug.h"
+#include "support/TestSupport.h"
+
+namespace {
+
+class CaptureSink : public TKDebugSink {
+public:
+    void Write(const char* text, size_t length) noexcept override {
+        std::lock_guard<std::mutex> lock(mutex);
+        writes.emplace_back(text, length);
+    }
+    std::string All() {
+        std::lock_guard<std::mutex> lock(mutex);
+        std::string all;
+        for (auto& w : writes) all += w;
+        return all;
+    }
+    std::mutex mutex;
+    std::vector<std::string> writes;
+};
+
+// Installs a capturing default log with plain lines, and puts every setting back afterwards.
+class DebugChannels : public ::testing::Test {
+protected:
+    void SetUp() override {
+        fPrevious = DefaultDebugSink();
+        SetDefaultDebugSink(sink);
+        for (int32_t i = 0; i < DebugChannelCount(); ++i) {
+            TKDebugChannelInfo info = DebugChannel(i);
+            fSaved.push_back(info);
+            SetChannelPrefix(i, false);
+        }
+    }
+    void TearDown() override {
+        for (const TKDebugChannelInfo& info : fSaved) {
+            SetChannelEnabled(info.number, info.enabled);
+            SetChannelPrefix(info.number, info.prefix);
+            SetChannelOutputToFile(info.number, info.outputToFile);
+            SetChannelOutput(info.number, nullptr);
+        }
+        SetDebugOutputWithDate(false);
+        SetDebugOutputPrefix("");
+        SetDefaultDebugSink(fPrevious);
+    }
+
+    std::shared_ptr<CaptureSink> sink = std::make_shared<CaptureSink>();
+
+private:
+    std::shared_ptr<TKDebugSink> fPrevious;
+    std::vector<TKDebugChannelInfo> fSaved;
+};
+
+}  // namespace
+
+TEST_F(DebugChannels, TableHasTheNamedRowsAndDefaults) {
+    ASSERT_GE(DebugChannelCount(), 27);
+    EXPECT_STREQ(DebugChannel(0).name.CString(), "General");
+    EXPECT_STREQ(DebugChannel(3).name.CString(), "Error");
+    EXPECT_STREQ(DebugChannel(10).name.CString(), "KeenLink details");
+    EXPECT_STREQ(DebugChannel(18).name.CString(), "");
+    EXPECT_STREQ(DebugChannel(20).name.CString(), "Stack trace");
+    EXPECT_STREQ(DebugChannel(26).name.CString(), "pdfEngine");
+    EXPECT_EQ(DebugChannel(24).number, 24);
+    EXPECT_TRUE(DebugChannel(24).outputToFile);
+    EXPECT_FALSE(DebugChannel(24).ownOutput);
+}
+
+TEST_F(DebugChannels, GeneralAlwaysOnAndErrorAreOnByDefault) {
+    // The defaults as a process starts; other tests put back what they change.
+    EXPECT_TRUE(ChannelEnabled(kDebugGeneral));
+    EXPECT_TRUE(ChannelEnabled(kDebugAlwaysOn));
+    EXPECT_TRUE(ChannelEnabled(kDebugError));
+    for (int32_t off : {2, 4, 6, 20, 21, 24, 26}) EXPECT_FALSE(ChannelEnabled(off)) << off;
+}
+
+TEST_F(DebugChannels, AlwaysOnWritesAlwaysOffAndOutsideDoNot) {
+    DebugPrintf(2, "two %d", 2);
+    DebugPrintf(99, "ninety-nine");
+    DebugPrintf(-1, "minus one");
+    DebugPrintf(kDebugTest2, "off by default");
+    EXPECT_EQ(sink->All(), "");
+    DebugPrintf(1, "one %d", 1);
+    EXPECT_EQ(sink->All(), "one 1\n");
+}
+
+TEST_F(DebugChannels, FixedChannelsIgnoreSettings) {
+    SetChannelEnabled(kDebugAlwaysOn, false);
+    SetChannelEnabled(kDebugAlwaysOff, true);
+    EXPECT_TRUE(ChannelEnabled(kDebugAlwaysOn));
+    EXPECT_FALSE(ChannelEnabled(kDebugAlwaysOff));
+}
+
+TEST_F(DebugChannels, RowOutsideTheTableRaisesItsIndex) {
+    int32_t count = DebugChannelCount();
+    EXPECT_TKERROR(DebugChannel(count), count);
+    EXPECT_TKERROR(DebugChannel(-1), -1);
+    EXPECT_TKERROR(SetChannelEnabled(count + 5, true), count + 5);
+    EXPECT_FALSE(ChannelEnabled(count));
+}
+
+TEST_F(DebugChannels, AddChannelGrowsTheTable) {
+    int32_t before = DebugChannelCount();
+    int32_t added = AddChannel("Plug-in tracing", true);
+    EXPECT_EQ(added, before);
+    EXPECT_EQ(DebugChannelCount(), before + 1);
+    EXPECT_STREQ(DebugChannel(added).name.CString(), "Plug-in tracing");
+    EXPECT_TRUE(ChannelEnabled(added));
+    EXPECT_TRUE(DebugChannel(added).prefix);
+    SetChannelPrefix(added, false);
+    DebugPrintf(added, "from the new channel");
+    EXPECT_EQ(sink->All(), "from the new channel\n");
+    SetChannelEnabled(added, false);
+}
+
+TEST_F(DebugChannels, NewlineIsAddedOnlyWhenMissing) {
+    DebugPrintf(1, "no newline");
+    DebugPrintf(1, "has newline\n");
+    DebugPrintf(1, "%s", "");
+    EXPECT_EQ(sink->writes, (std::vector<std::string>{"no newline\n", "has newline\n", "\n"}));
+}
+
+TEST_F(DebugChannels, LongMessagesAreCutToTheBlock) {
+    std::string exact(4093, 'a');
+    DebugPrintf(1, "%s", exact.c_str());
+    std::string longer(5000, 'b');
+    DebugPrintf(1, "%s", longer.c_str());
+    ASSERT_EQ(sink->writes.size(), 2u);
+    // 4093 characters and the newline fill the 4094-character block exactly.
+    EXPECT_EQ(sink->writes[0], exact + "\n");
+    EXPECT_EQ(sink->writes[1], std::string(4093, 'b') + "\n");
+}
+
+TEST_F(DebugChannels, DebugWriteDoesNotFormat) {
+    DebugWrite(1, "100% raw");
+    DebugWrite(kDebugTest2, "off");
+    DebugWrite(1, nullptr);
+    EXPECT_EQ(sink->All(), "100% raw");
+}
+
+TEST_F(DebugChannels, PrefixesEveryLineWithProcessAndChannel) {
+    SetChannelPrefix(kDebugError, true);
+    DebugWrite(kDebugError, "first\nsecond\n");
+    char expected[64];
+    std::snprintf(expected, sizeof expected, "%06d: [#003]", int(getpid()));
+    EXPECT_EQ(sink->All(), std::string(expected) + "first\n" + expected + "second\n");
+}
+
+TEST_F(DebugChannels, DateAndTextPrefixComeFirst) {
+    SetDebugOutputWithDate(true);
+    SetDebugOutputPrefix("host> ");
+    EXPECT_TRUE(DebugOutputWithDate());
+    EXPECT_STREQ(DebugOutputPrefix().CString(), "host> ");
+    DebugPrintf(1, "dated");
+    std::regex line(R"(\d{4}-\d\d-\d\d \d\d:\d\d:\d\d host> dated\n)");
+    EXPECT_TRUE(std::regex_match(sink->All(), line)) << sink->All();
+}
+
+TEST_F(DebugChannels, ChannelOwnOutputTakesItsTextAlone) {
+    auto own = std::make_shared<CaptureSink>();
+    SetChannelEnabled(kDebugCache, true);
+    SetChannelOutput(kDebugCache, own);
+    EXPECT_TRUE(DebugChannel(kDebugCache).ownOutput);
+    DebugPrintf(kDebugCache, "cache hit");
+    DebugPrintf(kDebugGeneral, "general");
+    EXPECT_EQ(own->All(), "cache hit\n");
+    EXPECT_EQ(sink->All(), "general\n");
+}
+
+TEST_F(DebugChannels, NoFileOutputAndNoLogMeanSilence) {
+    SetChannelOutputToFile(kDebugGeneral, false);
+    DebugPrintf(kDebugGeneral, "debugger only");
+    EXPECT_EQ(sink->All(), "");
+    SetChannelOutputToFile(kDebugGeneral, true);
+    SetDefaultDebugSink(nullptr);
+    DebugPrintf(kDebugGeneral, "nowhere");  // no log initialised: dropped without harm
+    EXPECT_EQ(sink->All(), "");
+}
+
+namespace {
+class FailingSink : public TKDebugSink {
+public:
+    void Write(const char*, size_t) noexcept override {
+        ++calls;
+        // A failing file layer raises; the error itself is logged, which must not loop.
+        try {
+            TKThrow(FileWriteFailed);
+        } catch (const TKError&) {
+        }
+    }
+    int calls = 0;
+};
+}  // namespace
+
+TEST_F(DebugChannels, FailingSinkDoesNotRecurse) {
+    auto failing = std::make_shared<FailingSink>();
+    SetDefaultDebugSink(failing);
+    DebugPrintf(1, "into a broken log");
+    EXPECT_EQ(failing->calls, 1);
+}
+
+TEST_F(DebugChannels, ErrorsAreLoggedOnChannelThree) {
+    try {
+        throw TKError(FormatErr, "bad header", "/src/TKMatrix.cpp", 12);
+    } catch (const TKError&) {
+    }
+    EXPECT_EQ(sink->All(), "Error: 19 \"bad header\", file \"Matrix.cpp\", line 12\n");
+}
+
+TEST_F(DebugChannels, CancelIsLoggedOnlyOnTestChannel) {
+    try {
+        TKThrow(Cancel);
+    } catch (const TKError&) {
+    }
+    EXPECT_EQ(sink->All(), "");
+    SetChannelEnabled(kDebugTest1, true);
+    try {
+        throw TKError(Cancel, nullptr, "TKProgress.cpp", 7);
+    } catch (const TKError&) {
+    }
+    EXPECT_EQ(sink->All(), "Error: 56 \"\", file \"Progress.cpp\", line 7\n");
+}
+
+TEST_F(DebugChannels, TimerReportsMilliseconds) {
+    {
+        TKDebugTimer timer("matching", kDebugGeneral);
+        timer.Step("first pass");
+    }
+    ASSERT_EQ(sink->writes.size(), 2u);
+    EXPECT_TRUE(std::regex_match(sink->writes[0], std::regex(R"('first pass' duration: +\d+\.\d{3}s\n)")))
+        << sink->writes[0];
+    EXPECT_TRUE(std::regex_match(sink->writes[1], std::regex(R"(matching: \d+ ms\n)"))) << sink->writes[1];
+}
+
+TEST_F(DebugChannels, LinesFromManyThreadsStayWhole) {
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([t] {
+            for (int i = 0; i < 200; ++i) DebugPrintf(1, "thread %d line %d", t, i);
+        });
+    for (auto& thread : threads) thread.join();
+    ASSERT_EQ(sink->writes.size(), 800u);
+    std::regex line(R"(thread \d line \d+\n)");
+    for (const std::string& w : sink->writes) ASSERT_TRUE(std::regex_match(w, line)) << w;
+}
+
+TEST_F(DebugChannels, DisableDebugReportSaysSo) {
+    DisableDebugReport();
+    EXPECT_EQ(sink->All(), "DisableDebugReport...\n");
+}
