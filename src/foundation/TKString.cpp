@@ -1,28 +1,77 @@
+// TKString core: block management through the two memory caches, construction, reading,
+// searching, comparison and editing.
 #include "foundation/TKString.h"
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
+#include <utility>
 
 #include "foundation/TKError.h"
+#include "foundation/TKMemoryCache.h"
 
 namespace {
-int32_t CapacityFor(int32_t n) { return ((n + 1) * 3) / 2 + 10; }
+// Room for n characters: half as much again plus a little, so that short strings that grow
+// by a few bytes do not reallocate at once.
+int64_t CapacityFor(int64_t n) { return ((n + 1) * 3) / 2 + 10; }
+
+// Blocks are limited to what a 32-bit length can address.
+constexpr int64_t kMaxCapacity = INT32_MAX;
+
+std::atomic<int32_t>* NewShareCount() {
+    void* raw = TKMemoryCache::ShareCountCache().Allocate(sizeof(std::atomic<int32_t>));
+    if (!raw) TKThrow(MemFullErr);
+    return new (raw) std::atomic<int32_t>(1);
+}
+
+void FreeShareCount(std::atomic<int32_t>* share) noexcept {
+    share->~atomic();
+    TKMemoryCache::ShareCountCache().Free(share, sizeof(std::atomic<int32_t>));
+}
+
+// A character block of minimum to maximum bytes; *capacity receives its size.
+char* NewCharBlock(int64_t minimum, int64_t maximum, int32_t* capacity) {
+    if (minimum > kMaxCapacity) TKThrow(MemFullErr);
+    if (maximum > kMaxCapacity) maximum = kMaxCapacity;
+    if (maximum < minimum) maximum = minimum;
+    std::size_t size = 0;
+    void* block = TKMemoryCache::CharacterCache().Allocate(std::size_t(minimum), std::size_t(maximum), &size);
+    if (!block) TKThrow(MemFullErr);
+    *capacity = int32_t(size);
+    return static_cast<char*>(block);
+}
+
+bool IsBlank(unsigned char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+char FoldAZ(char c) { return (c >= 'A' && c <= 'Z') ? char(c - 'A' + 'a') : c; }
+
+int32_t CheckedLength(int64_t n) {
+    if (n > INT32_MAX - 1) TKThrow(MemFullErr);
+    return int32_t(n);
+}
 }  // namespace
 
+// ---- block management -------------------------------------------------------------------
+
 void TKString::Allocate(int32_t length) {
-    fCapacity = CapacityFor(length);
-    fChars = static_cast<char*>(std::malloc(size_t(fCapacity)));
-    if (!fChars) TKThrow(MemFullErr);
+    Release();
+    fChars = NewCharBlock(int64_t(length) + 1, CapacityFor(length), &fCapacity);
+    try {
+        fShare = NewShareCount();
+    } catch (...) {
+        TKMemoryCache::CharacterCache().Free(fChars, std::size_t(fCapacity));
+        fChars = nullptr;
+        fCapacity = 0;
+        throw;
+    }
     fChars[0] = 0;
-    fShare = new std::atomic<int32_t>(1);
     fLength = 0;
 }
 
 void TKString::Release() noexcept {
-    if (fShare && fShare->fetch_sub(1) == 1) {
-        std::free(fChars);
-        delete fShare;
+    if (fShare && fShare->fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        TKMemoryCache::CharacterCache().Free(fChars, std::size_t(fCapacity));
+        FreeShareCount(fShare);
     }
     fChars = nullptr;
     fShare = nullptr;
@@ -30,17 +79,72 @@ void TKString::Release() noexcept {
     fCapacity = 0;
 }
 
+// Moves the text into a private block of at least minimumCapacity bytes (and always room
+// for the text and its terminator). A private block that is large enough stays.
+void TKString::MakePrivate(int32_t minimumCapacity) {
+    int32_t n = Length();
+    int64_t minimum = minimumCapacity < n + 1 ? int64_t(n) + 1 : minimumCapacity;
+    if (fChars && fShare->load(std::memory_order_acquire) == 1 && fCapacity >= minimum) return;
+    int32_t capacity = 0;
+    char* block = NewCharBlock(minimum, minimum, &capacity);
+    std::atomic<int32_t>* share = nullptr;
+    try {
+        share = NewShareCount();
+    } catch (...) {
+        TKMemoryCache::CharacterCache().Free(block, std::size_t(capacity));
+        throw;
+    }
+    if (n) std::memcpy(block, fChars, std::size_t(n));
+    block[n] = 0;
+    Release();
+    fChars = block;
+    fShare = share;
+    fCapacity = capacity;
+    fLength = n;
+}
+
+char* TKString::LockBuffer(int32_t minimumCapacity) {
+    MakePrivate(minimumCapacity < 1 ? 1 : minimumCapacity);
+    fLength = -1;
+    return fChars;
+}
+
+void TKString::UnlockBuffer(int32_t length) {
+    if (!fChars) return;
+    if (length >= 0 && length < fCapacity) {
+        fChars[length] = 0;
+        fLength = length;
+    } else {
+        fChars[fCapacity - 1] = 0;  // a caller that overfilled still leaves a terminated text
+        fLength = -1;
+    }
+}
+
+void TKString::Clear() { Release(); }
+
+// ---- construction ------------------------------------------------------------------------
+
 TKString::TKString(const char* text) {
-    if (text && text[0]) Append(text, int32_t(std::strlen(text)));
+    if (text && text[0]) {
+        int32_t n = CheckedLength(int64_t(std::strlen(text)));
+        Allocate(n);
+        std::memcpy(fChars, text, std::size_t(n) + 1);
+        fLength = n;
+    }
 }
 
 TKString::TKString(const char* bytes, int32_t length) {
-    if (bytes && length > 0) Append(bytes, length);
+    if (bytes && length > 0) {
+        Allocate(length);
+        std::memcpy(fChars, bytes, std::size_t(length));
+        fChars[length] = 0;
+        fLength = length;
+    }
 }
 
 TKString::TKString(const TKString& other) noexcept
     : fChars(other.fChars), fShare(other.fShare), fLength(other.fLength), fCapacity(other.fCapacity) {
-    if (fShare) fShare->fetch_add(1);
+    if (fShare) fShare->fetch_add(1, std::memory_order_relaxed);
 }
 
 TKString::TKString(TKString&& other) noexcept
@@ -55,7 +159,7 @@ TKString::~TKString() { Release(); }
 
 TKString& TKString::operator=(const TKString& other) noexcept {
     if (fChars != other.fChars) {
-        if (other.fShare) other.fShare->fetch_add(1);
+        if (other.fShare) other.fShare->fetch_add(1, std::memory_order_relaxed);
         Release();
         fChars = other.fChars;
         fShare = other.fShare;
@@ -68,14 +172,10 @@ TKString& TKString::operator=(const TKString& other) noexcept {
 TKString& TKString::operator=(TKString&& other) noexcept {
     if (this != &other) {
         Release();
-        fChars = other.fChars;
-        fShare = other.fShare;
-        fLength = other.fLength;
-        fCapacity = other.fCapacity;
-        other.fChars = nullptr;
-        other.fShare = nullptr;
-        other.fLength = 0;
-        other.fCapacity = 0;
+        std::swap(fChars, other.fChars);
+        std::swap(fShare, other.fShare);
+        std::swap(fLength, other.fLength);
+        std::swap(fCapacity, other.fCapacity);
     }
     return *this;
 }
@@ -93,9 +193,9 @@ TKString TKString::FormatV(const char* format, va_list args) {
     int n = std::vsnprintf(nullptr, 0, format, copy);
     va_end(copy);
     if (n <= 0) return result;
-    char* buffer = result.LockBuffer(n + 1);
-    std::vsnprintf(buffer, size_t(n) + 1, format, args);
-    result.UnlockBuffer(n);
+    result.Allocate(n);
+    std::vsnprintf(result.fChars, std::size_t(n) + 1, format, args);
+    result.fLength = n;
     return result;
 }
 
@@ -107,9 +207,11 @@ TKString TKString::Format(const char* format, ...) {
     return result;
 }
 
+// ---- reading -----------------------------------------------------------------------------
+
 int32_t TKString::Length() const {
     if (!fChars) return 0;
-    if (fLength < 0) fLength = int32_t(std::strlen(fChars));
+    if (fLength < 0) fLength = int32_t(strnlen(fChars, std::size_t(fCapacity)));
     return fLength;
 }
 
@@ -121,8 +223,9 @@ char TKString::At(int32_t index) const {
 TKString TKString::Mid(int32_t start, int32_t count) const {
     int32_t n = Length();
     if (start < 0) start = 0;
-    if (start >= n) return TKString();
-    if (count < 0 || start + count > n) count = n - start;
+    if (start >= n || count == 0) return TKString();
+    if (count < 0 || count > n - start) count = n - start;
+    if (start == 0 && count == n) return *this;
     return TKString(fChars + start, count);
 }
 
@@ -133,6 +236,45 @@ TKString TKString::Right(int32_t count) const {
     if (count >= n) return *this;
     if (count <= 0) return TKString();
     return Mid(n - count, count);
+}
+
+// ---- searching ---------------------------------------------------------------------------
+
+int32_t TKString::Find(const char* text, int32_t start, bool ignoreCase) const {
+    if (!text) return -1;
+    int32_t n = Length();
+    if (start < 0) start = 0;
+    int32_t m = int32_t(strnlen(text, std::size_t(INT32_MAX)));
+    if (start > n || m > n - start) return -1;
+    const char* s = CString();
+    for (int32_t i = start; i + m <= n; ++i) {
+        int32_t k = 0;
+        if (ignoreCase) {
+            while (k < m && FoldAZ(s[i + k]) == FoldAZ(text[k])) ++k;
+        } else {
+            while (k < m && s[i + k] == text[k]) ++k;
+        }
+        if (k == m) return i;
+    }
+    return -1;
+}
+
+int32_t TKString::FindLast(const char* text, bool ignoreCase) const {
+    if (!text) return -1;
+    int32_t n = Length();
+    int32_t m = int32_t(strnlen(text, std::size_t(INT32_MAX)));
+    if (m > n) return -1;
+    const char* s = CString();
+    for (int32_t i = n - m; i >= 0; --i) {
+        int32_t k = 0;
+        if (ignoreCase) {
+            while (k < m && FoldAZ(s[i + k]) == FoldAZ(text[k])) ++k;
+        } else {
+            while (k < m && s[i + k] == text[k]) ++k;
+        }
+        if (k == m) return i;
+    }
+    return -1;
 }
 
 int32_t TKString::FindChar(char c, int32_t start) const {
@@ -148,6 +290,16 @@ int32_t TKString::FindLastChar(char c) const {
     return -1;
 }
 
+int32_t TKString::FindAnyOf(const char* chars) const {
+    if (!chars || !chars[0]) return -1;
+    int32_t n = Length();
+    for (int32_t i = 0; i < n; ++i)
+        if (std::strchr(chars, fChars[i])) return i;
+    return -1;
+}
+
+// ---- comparison --------------------------------------------------------------------------
+
 bool TKString::Equals(const char* text) const {
     if (!text) return false;
     return std::strcmp(CString(), text) == 0;
@@ -160,28 +312,97 @@ int TKString::Compare(const char* text) const {
     return std::strcmp(mine, text);
 }
 
-TKString& TKString::Append(const char* text) {
-    if (!text) return *this;
-    return Append(text, int32_t(std::strlen(text)));
+int TKString::CompareNoCase(const char* text) const {
+    if (!text) TKThrow(ArgErr);
+    const char* mine = CString();
+    if (mine == text) return 0;
+    for (;; ++mine, ++text) {
+        unsigned char a = static_cast<unsigned char>(FoldAZ(*mine));
+        unsigned char b = static_cast<unsigned char>(FoldAZ(*text));
+        if (a != b) return a < b ? -1 : 1;
+        if (!a) return 0;
+    }
 }
 
-TKString& TKString::Append(const TKString& text) { return Append(text.CString(), text.Length()); }
+namespace {
+enum class MatchResult { kMatch, kNoMatch, kAbort };
+
+// Wildcard matching by recursion over the stars. budget is the number of text bytes that the
+// stars may still absorb, which bounds each loop. Once a later star has been reached and has
+// failed for every split, no longer run of an earlier star can succeed either (the later star
+// could have absorbed that run itself), so kAbort ends the whole search: the cost stays at
+// about pattern length times text length even for patterns full of stars.
+MatchResult MatchFrom(const char* p, const char* t, int64_t budget) {
+    for (; *p; ++p, ++t) {
+        if (*p == '*') {
+            while (*p == '*') ++p;
+            if (!*p) return MatchResult::kMatch;
+            for (int64_t k = 0; k <= budget; ++k) {
+                MatchResult r = MatchFrom(p, t + k, budget - k);
+                if (r != MatchResult::kNoMatch) return r;
+            }
+            return MatchResult::kAbort;
+        }
+        if (!*t) return MatchResult::kAbort;
+        if (*p != '?' && *p != *t) return MatchResult::kNoMatch;
+    }
+    return *t ? MatchResult::kNoMatch : MatchResult::kMatch;
+}
+}  // namespace
+
+bool TKString::Match(const char* pattern, const char* text) {
+    if (pattern == text) return true;
+    if (!pattern || !text) return false;
+    if (std::strcmp(pattern, text) == 0) return true;
+    int64_t stars = 0;
+    int64_t patternLength = 0;
+    for (const char* p = pattern; *p; ++p, ++patternLength) stars += *p == '*';
+    int64_t budget = int64_t(std::strlen(text)) - patternLength + stars;
+    if (budget < 0) return false;
+    return MatchFrom(pattern, text, budget) == MatchResult::kMatch;
+}
+
+// ---- editing -----------------------------------------------------------------------------
+
+TKString& TKString::Append(const char* text) {
+    if (!text) return *this;
+    return Append(text, CheckedLength(int64_t(std::strlen(text))));
+}
+
+TKString& TKString::Append(const TKString& text) {
+    if (&text == this) {
+        TKString copy(text);
+        return Append(copy.CString(), copy.Length());
+    }
+    return Append(text.CString(), text.Length());
+}
 
 TKString& TKString::Append(char c) { return Append(&c, 1); }
 
 TKString& TKString::Append(const char* bytes, int32_t length) {
     if (!bytes || length <= 0) return *this;
     int32_t old = Length();
-    int32_t needed = old + length + 1;
-    if (!fChars || fShare->load() > 1 || needed > fCapacity) {
-        // Grow generously so that appending in a loop stays linear.
-        int32_t capacity = 2 * (old + length);
-        if (3 * fCapacity > capacity) capacity = 3 * fCapacity;
-        if (capacity < CapacityFor(old + length)) capacity = CapacityFor(old + length);
-        MakePrivate(capacity);
+    int64_t newLength = int64_t(old) + length;
+    if (newLength > kMaxCapacity - 1) TKThrow(MemFullErr);
+    if (!fChars || fShare->load(std::memory_order_acquire) > 1 || newLength + 1 > fCapacity) {
+        // A text that grows once usually grows again: take the larger of twice the new length
+        // and three times the old room, so that appending in a loop stays linear.
+        int64_t capacity = 2 * newLength;
+        if (3 * int64_t(fCapacity) > capacity) capacity = 3 * int64_t(fCapacity);
+        if (capacity > kMaxCapacity) capacity = kMaxCapacity;
+        // The bytes may lie inside this string's own block, which MakePrivate may free.
+        if (fChars && bytes >= fChars && bytes < fChars + fCapacity) {
+            TKString keep(*this);
+            MakePrivate(int32_t(capacity));
+            std::memcpy(fChars + old, keep.fChars + (bytes - keep.fChars), std::size_t(length));
+        } else {
+            MakePrivate(int32_t(capacity));
+            std::memcpy(fChars + old, bytes, std::size_t(length));
+        }
+    } else {
+        std::memmove(fChars + old, bytes, std::size_t(length));
     }
-    std::memmove(fChars + old, bytes, size_t(length));
-    fLength = old + length;
+    fLength = int32_t(newLength);
     fChars[fLength] = 0;
     return *this;
 }
@@ -194,60 +415,99 @@ TKString& TKString::AppendFormat(const char* format, ...) {
     return Append(text);
 }
 
-void TKString::MakePrivate(int32_t minimumCapacity) {
+int32_t TKString::Replace(const char* oldText, const char* newText, int32_t count) {
+    if (!oldText || !oldText[0] || count == 0) return 0;
+    if (!newText) newText = "";
+    int32_t oldLength = int32_t(std::strlen(oldText));
+    int32_t at = Find(oldText);
+    if (at < 0) return 0;
+    TKString result;
+    int32_t done = 0;
+    int32_t from = 0;
+    const TKString source(*this);  // keeps the bytes alive while this string is rebuilt
+    while (at >= 0 && (count < 0 || done < count)) {
+        result.Append(source.CString() + from, at - from);
+        result.Append(newText);
+        from = at + oldLength;
+        ++done;
+        at = source.Find(oldText, from);
+    }
+    result.Append(source.CString() + from, source.Length() - from);
+    *this = std::move(result);
+    return done;
+}
+
+void TKString::ReplaceChar(char oldChar, char newChar) {
+    int32_t at = FindChar(oldChar);
+    if (at < 0 || oldChar == newChar) return;
     int32_t n = Length();
-    if (minimumCapacity < n + 1) minimumCapacity = n + 1;
-    if (fChars && fShare->load() == 1 && fCapacity >= minimumCapacity) return;
-    char* block = static_cast<char*>(std::malloc(size_t(minimumCapacity)));
-    if (!block) TKThrow(MemFullErr);
-    if (n) std::memcpy(block, fChars, size_t(n));
-    block[n] = 0;
-    Release();
-    fChars = block;
-    fShare = new std::atomic<int32_t>(1);
-    fCapacity = minimumCapacity;
-    fLength = n;
+    MakePrivate(n + 1);
+    for (int32_t i = at; i < n; ++i)
+        if (fChars[i] == oldChar) fChars[i] = newChar;
+    if (newChar == 0) fLength = -1;
 }
 
-char* TKString::LockBuffer(int32_t minimumCapacity) {
-    MakePrivate(minimumCapacity < 1 ? 1 : minimumCapacity);
-    fLength = -1;
-    return fChars;
-}
-
-void TKString::UnlockBuffer(int32_t length) {
-    if (!fChars) return;
-    if (length >= 0 && length < fCapacity) fChars[length] = 0;
-    fLength = length >= 0 && length < fCapacity ? length : -1;
-}
-
-void TKString::Clear() { Release(); }
-
-int32_t TKString::ToInt() const { return std::atoi(CString()); }
-
-double TKString::ToDouble() const {
-    int32_t comma = FindChar(',');
-    if (comma < 0) return std::atof(CString());
-    TKString copy(*this);
-    copy.LockBuffer(Length() + 1)[comma] = '.';
-    copy.UnlockBuffer(Length());
-    return std::atof(copy.CString());
-}
-
-TKString TKString::FromInt(int32_t n) { return Format("%d", int(n)); }
-
-uint32_t TKString::ToSignature() const {
+TKString& TKString::Trim(const char* chars, bool left, bool right) {
     int32_t n = Length();
-    if (n == 0) return 0;
-    uint32_t signature = 0;
-    for (int i = 0; i < 4; ++i)
-        signature = (signature << 8) | uint8_t(i < n ? fChars[i] : ' ');
-    return signature;
+    auto trimmed = [chars](char c) {
+        return chars ? (c != 0 && std::strchr(chars, c) != nullptr) : IsBlank(static_cast<unsigned char>(c));
+    };
+    int32_t begin = 0;
+    int32_t end = n;
+    if (left)
+        while (begin < end && trimmed(fChars[begin])) ++begin;
+    if (right)
+        while (end > begin && trimmed(fChars[end - 1])) --end;
+    if (begin > 0 || end < n) *this = Mid(begin, end - begin);
+    return *this;
 }
 
-TKString TKString::FromSignature(uint32_t signature) {
-    char text[5] = {char(signature >> 24), char(signature >> 16), char(signature >> 8), char(signature), 0};
-    return TKString(text, 4);
+namespace {
+// Applies a byte mapping, copying the block only if a byte actually changes.
+template <class Map>
+void MapBytes(TKString& s, Map map) {
+    int32_t n = s.Length();
+    const char* text = s.CString();
+    int32_t first = 0;
+    while (first < n && map(text[first]) == text[first]) ++first;
+    if (first == n) return;
+    char* chars = s.LockBuffer(n + 1);
+    for (int32_t i = first; i < n; ++i) chars[i] = map(chars[i]);
+    s.UnlockBuffer(n);
+}
+}  // namespace
+
+TKString& TKString::ToUpper() {
+    MapBytes(*this, [](char c) { return (c >= 'a' && c <= 'z') ? char(c - 'a' + 'A') : c; });
+    return *this;
+}
+
+TKString& TKString::ToLower() {
+    MapBytes(*this, FoldAZ);
+    return *this;
+}
+
+TKString& TKString::Insert(int32_t position, const char* text) {
+    int32_t n = Length();
+    if (position < 0 || position > n) TKThrow(IndexError);
+    if (!text || !text[0]) return *this;
+    if (position == n) return Append(text);
+    TKString result(CString(), position);
+    result.Append(text);
+    result.Append(CString() + position, n - position);
+    *this = std::move(result);
+    return *this;
+}
+
+TKString& TKString::Remove(int32_t position, int32_t count) {
+    int32_t n = Length();
+    if (position < 0 || position > n) TKThrow(IndexError);
+    if (count < 0 || count > n - position) count = n - position;
+    if (count == 0) return *this;
+    MakePrivate(n + 1);
+    std::memmove(fChars + position, fChars + position + count, std::size_t(n - position - count) + 1);
+    fLength = n - count;
+    return *this;
 }
 
 TKString operator+(const TKString& a, const TKString& b) {

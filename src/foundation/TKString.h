@@ -25,6 +25,8 @@ public:
     // Reading
     int32_t Length() const;
     bool IsEmpty() const { return Length() == 0; }
+    // Usable bytes of the block, terminator included; 0 without a block.
+    int32_t Capacity() const { return fCapacity; }
     const char* CString() const { return fChars ? fChars : ""; }
     operator const char*() const { return CString(); }  // NOLINT
     char At(int32_t index) const;  // IndexError outside

@@ -1,0 +1,87 @@
+// TKString token reader: the one tokenizer behind option strings, the data base text and the
+// chart formats.
+#include <cstring>
+
+#include "foundation/TKError.h"
+#include "foundation/TKString.h"
+
+namespace {
+constexpr const char* kDefaultSeparators = " \t\n\r";
+
+// Collects a token's bytes in a small local block and appends it to the token in pieces:
+// most tokens fit the block and cost one append, long ones stay unbounded.
+class TKTokenCollector {
+public:
+    explicit TKTokenCollector(TKString& token) : fToken(token) {}
+    ~TKTokenCollector() { Flush(); }
+    void Put(char c) {
+        if (fUsed == sizeof fBlock) Flush();
+        fBlock[fUsed++] = c;
+    }
+    void Flush() {
+        fToken.Append(fBlock, fUsed);
+        fUsed = 0;
+    }
+
+private:
+    TKString& fToken;
+    char fBlock[98];
+    int32_t fUsed = 0;
+};
+
+bool IsSkipped(char c, const char* separators) {
+    return c == 0 || c == ' ' || c == '\t' || c == '\n' || c == '\r' || std::strchr(separators, c) != nullptr;
+}
+
+bool IsSeparator(char c, const char* separators) { return c != 0 && std::strchr(separators, c) != nullptr; }
+}  // namespace
+
+TKString TKString::NextToken(int32_t* position, bool quoted, const char* separators) const {
+    if (!position) TKThrow(ArgErr);
+    if (*position < 0) TKThrow(IndexError);
+    if (!separators || !separators[0]) separators = kDefaultSeparators;
+    const char* s = CString();
+    const int32_t n = Length();
+    int32_t p = *position < n ? *position : n;
+    while (p < n && IsSkipped(s[p], separators)) ++p;
+    TKString token;
+    if (p >= n) {
+        *position = n;
+        return token;
+    }
+    {
+        TKTokenCollector collect(token);
+        if (quoted && s[p] == '"') {
+            // A quoted token keeps its quotes; a backslash keeps itself and protects the next byte.
+            collect.Put(s[p++]);
+            while (p < n && s[p] != '"') {
+                if (s[p] == '\\' && p + 1 < n) collect.Put(s[p++]);
+                collect.Put(s[p++]);
+            }
+            if (p < n) collect.Put(s[p++]);
+        } else {
+            while (p < n && !IsSeparator(s[p], separators)) collect.Put(s[p++]);
+            if (p < n) ++p;  // the separator belongs to this token
+        }
+    }
+    *position = p;
+    return token;
+}
+
+TKString TKString::Split(int32_t index, bool quoted, const char* separators) const {
+    if (index < 0) return TKString();
+    int32_t position = 0;
+    TKString token;
+    for (int32_t i = 0; i <= index; ++i) {
+        token = NextToken(&position, quoted, separators);
+        if (token.IsEmpty()) break;
+    }
+    return token;
+}
+
+int32_t TKString::CountTokens(const char* separators) const {
+    int32_t position = 0;
+    int32_t count = 0;
+    while (!NextToken(&position, false, separators).IsEmpty()) ++count;
+    return count;
+}
