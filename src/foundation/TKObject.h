@@ -55,8 +55,9 @@ T* TKCast(TKCastBase* object, const char* className) {
     return object ? static_cast<T*>(object->Cast(className)) : nullptr;
 }
 
-// A counted pointer. A count that has already fallen below 1 is a use after free, and the
-// pointer fails with PtrInvalid instead of decrementing further.
+// A counted pointer. A count that has already fallen below 1 is a use after free: replacing such
+// an object raises PtrInvalid instead of decrementing further. The destructor cannot throw (it
+// runs inside other destructors), so there the record is logged and the count left alone.
 template <class T>
 class TKRefPtr {
 public:
@@ -68,7 +69,15 @@ public:
     TKRefPtr(TKRefPtr&& other) noexcept : fObject(other.fObject) { other.fObject = nullptr; }
     template <class U>
     TKRefPtr(const TKRefPtr<U>& other) { Reset(other.Get(), false); }  // NOLINT
-    ~TKRefPtr() noexcept(false) { ReleaseHeld(); }
+    ~TKRefPtr() {
+        T* old = fObject;
+        fObject = nullptr;
+        if (!old) return;
+        if (old->RefCount() < 1)
+            TKError(PtrInvalid, nullptr, __FILE__, __LINE__);
+        else
+            old->Release();
+    }
     TKRefPtr& operator=(const TKRefPtr& other) {
         Reset(other.fObject, false);
         return *this;
