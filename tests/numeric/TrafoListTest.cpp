@@ -1,0 +1,156 @@
+// TKTrafoList: membership and counts, dimensions and types along the chain, evaluation,
+// combined Info answers, FindTrafo, and both pixel paths against the member-by-member result.
+#include "numeric/TKTrafoList.h"
+#include "numeric/TKRefTrafo.h"
+#include "numeric/TrafoTestSupport.h"
+#include "numeric/NumericTestSupport.h"
+#include "support/TestSupport.h"
+
+namespace {
+// A trafo whose Info answers are fixed.
+class InfoTrafo : public TKTrafo {
+    TK_DECLARE_CLASS(InfoTrafo, TKTrafo)
+public:
+    explicit InfoTrafo(int32_t identity) { SetInfo(TKTrafo::kInfoIdentity, identity); }
+};
+}  // namespace
+
+TEST(TrafoList, EmptyListIsTheIdentity) {
+    TKTrafoList list;
+    EXPECT_EQ(list.GetSrcDim(), 0);
+    EXPECT_EQ(list.GetDstDim(5), 5);
+    EXPECT_EQ(list.GetDstType(Sig("CMYK")), Sig("CMYK"));
+    EXPECT_EQ(list.Trafo(TKVector({1.0, 2.0})), TKVector({1.0, 2.0}));
+    EXPECT_TRUE(list.CanTrafo8());
+    EXPECT_TRUE(list.CanTrafo16());
+    EXPECT_EQ(list.GetInfo(1), 1);
+    TKMatrix table(3, 2);
+    EXPECT_EQ(list.TrafoMatrix(table), table);
+    EXPECT_TKERROR(list.RemoveFirst(), IndexError);
+    EXPECT_TKERROR(list.RemoveLast(), IndexError);
+    EXPECT_TKERROR(list.GetTrafo(0), IndexError);
+}
+
+TEST(TrafoList, AppendFollowsTheOwnedFlag) {
+    auto* t = new TKTestAddTrafo(1, 1.0);
+    {
+        TKTrafoList list;
+        t->AddRef();
+        list.Append(t, true);
+        EXPECT_EQ(t->RefCount(), 2);
+        list.Append(t, false);
+        EXPECT_EQ(t->RefCount(), 3);
+        list.Append(nullptr, false);
+        EXPECT_EQ(list.GetCount(), 2);
+        list.Prepend(new TKTestAddTrafo(1, 100.0), true);
+        EXPECT_EQ(list.GetCount(), 3);
+        EXPECT_EQ(list.Trafo(TKVector({0.0})), TKVector({102.0}));
+        list.RemoveFirst();
+        list.RemoveLast();
+        EXPECT_EQ(t->RefCount(), 2);
+        list.Replace(0, new TKTestAddTrafo(1, 5.0), true);
+        EXPECT_EQ(t->RefCount(), 1);
+        EXPECT_TKERROR(list.Replace(1, t, false), IndexError);
+    }
+    t->Release();
+}
+
+TEST(TrafoList, ConstructorsAndCopies) {
+    TKTestAddTrafo* a = new TKTestAddTrafo(1, 1.0);
+    TKTestAddTrafo* b = new TKTestAddTrafo(1, 2.0);
+    {
+        TKTrafo* both[2] = {a, b};
+        TKTrafoList fromArray(2, both, false);
+        TKTrafoList fromSix(a, nullptr, b, nullptr, nullptr, a, false);
+        EXPECT_EQ(fromArray.GetCount(), 2);
+        EXPECT_EQ(fromSix.GetCount(), 3);
+        EXPECT_EQ(fromSix.Trafo(TKVector({0.0})), TKVector({4.0}));
+        EXPECT_EQ(a->RefCount(), 4);
+    }
+    EXPECT_EQ(a->RefCount(), 1);
+    a->Release();
+    b->Release();
+}
+
+TEST(TrafoList, DimensionsAndTypesThreadThroughTheMembers) {
+    TKTrafoList list;
+    list.Append(new TKTestFanTrafo(3, 4), true);
+    list.Append(new TKTestAddTrafo(4, 1.0, 0, Sig("CMYK")), true);
+    list.Append(new TKTestFanTrafo(4, 2), true);
+    EXPECT_EQ(list.GetSrcDim(), 3);
+    EXPECT_EQ(list.GetDstDim(3), 2);
+    EXPECT_EQ(list.GetDstType(Sig("RGB ")), Sig("CMYK"));
+    TKVector out = list.Trafo(TKVector({1.0, 2.0, 3.0}));
+    // fan: 6,7,8,9; +1: 7,8,9,10; fan: 34,35
+    EXPECT_EQ(out, TKVector({34.0, 35.0}));
+    // No check when appending: a mismatch shows when the member evaluates.
+    list.Append(new TKTestAddTrafo(3, 0.0), true);
+    EXPECT_TKERROR(list.Trafo(TKVector({1.0, 2.0, 3.0})), DimMismatch);
+}
+
+TEST(TrafoList, NullMembersAreInvalidOnlyWhenEvaluated) {
+    TKTrafoList list;
+    list.Append(new TKTestAddTrafo(1, 1.0), true);
+    list.Append(new TKTestAddTrafo(1, 1.0), true);
+    list.Replace(1, nullptr, false);
+    EXPECT_TRUE(list.CanTrafo8());
+    EXPECT_TKERROR(list.Trafo(TKVector({0.0})), PtrInvalid);
+    EXPECT_TKERROR(list.GetDstDim(1), PtrInvalid);
+}
+
+TEST(TrafoList, InfoCombinesTheMembers) {
+    TKTrafoList list;
+    list.Append(new InfoTrafo(1), true);
+    EXPECT_EQ(list.GetInfo(1), 1);
+    list.Append(new InfoTrafo(-1), true);
+    list.Append(new InfoTrafo(0), true);
+    EXPECT_EQ(list.GetInfo(1), -1);  // the first answer other than 1 decides
+    EXPECT_EQ(list.TKTrafo::GetInfo(1), -1);
+    list.RemoveLast();
+    list.Replace(1, new InfoTrafo(0), true);
+    EXPECT_EQ(list.GetInfo(1), 0);
+    list.SetInfo(2, 9);
+    EXPECT_EQ(list.GetInfo(2), 9);  // the list's own entry
+    EXPECT_EQ(list.GetInfo(0), -1);
+}
+
+TEST(TrafoList, AppendListFlattensNestedLists) {
+    auto inner = TKMakeRef<TKTrafoList>();
+    inner->Append(new TKTestAddTrafo(1, 1.0), true);
+    auto nested = TKMakeRef<TKTrafoList>();
+    nested->Append(inner.Get(), false);
+    nested->Append(new TKTestAddTrafo(1, 2.0), true);
+    TKTrafoList flat;
+    flat.AppendList(*nested, true);
+    EXPECT_EQ(flat.GetCount(), 2);
+    EXPECT_EQ(flat.GetTrafo(0), inner->GetTrafo(0));
+    TKTrafoList kept;
+    kept.AppendList(*nested, false);
+    EXPECT_EQ(kept.GetCount(), 2);
+    EXPECT_EQ(kept.GetTrafo(0), inner.Get());
+    kept.AppendList(kept, false);  // into itself
+    EXPECT_EQ(kept.GetCount(), 4);
+    EXPECT_EQ(kept.Trafo(TKVector({0.0})), TKVector({6.0}));
+}
+
+TEST(TrafoList, FindTrafoSearchesDepthFirst) {
+    auto inner = TKMakeRef<TKTrafoList>();
+    auto fan = TKMakeRef<TKTestFanTrafo>(1, 1);
+    inner->Append(new TKTestAddTrafo(1, 1.0), true);
+    inner->Append(fan.Get(), false);
+    TKTrafoList outer;
+    outer.Append(inner.Get(), false);
+    outer.Append(new TKTestFanTrafo(1, 1), true);
+    EXPECT_EQ(FindTrafo(&outer, "TKTestFanTrafo"), fan.Get());
+    EXPECT_EQ(FindTrafo(&outer, "TKTrafoList"), &outer);
+    EXPECT_EQ(FindTrafo(&outer, "TKRefTrafo"), nullptr);
+    EXPECT_EQ(FindTrafo(nullptr, "TKTrafo"), nullptr);
+}
+
+TEST(TrafoList, HostMayDropItsCountAfterAppending) {
+    TKTrafoList list;
+    auto* t = new TKTestAddTrafo(1, 1.0);
+    list.Append(t, false);
+    t->Release();
+    EXPECT_EQ(list.Trafo(TKVector({1.0})), TKVector({2.0}));
+}
