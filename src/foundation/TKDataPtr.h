@@ -94,7 +94,14 @@ public:
         if (fBlock) fBlock->AddShare();
     }
     TKSharedBlock(TKSharedBlock&& other) noexcept : fBlock(other.fBlock) { other.fBlock = nullptr; }
-    ~TKSharedBlock() noexcept(false) { Reset(); }
+    // Destructors run inside other destructors and must not throw: a use after free was
+    // already logged when ReleaseShare built its record.
+    ~TKSharedBlock() {
+        try {
+            Reset();
+        } catch (const TKError&) {
+        }
+    }
     TKSharedBlock& operator=(const TKSharedBlock& other) {
         if (other.fBlock) other.fBlock->AddShare();
         Reset(other.fBlock);
