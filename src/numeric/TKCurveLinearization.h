@@ -101,3 +101,13 @@ private:
     TKVector fSamples;
     int32_t fLength = 0;
 };
+
+template <class F>
+void TKCurveLinearization::FillTable(int32_t count, F sample) {
+    if (count < 2) TKThrowMsg(ArgErr, "a table needs at least 2 samples");
+    TKVector table(count);
+    double* out = table.MutableValues();
+    const double scale = double(count - 1);
+    for (int32_t k = 0; k < count; ++k) out[k] = sample(double(k) / scale);
+    SetSamples(table);
+}
