@@ -8,6 +8,8 @@
 
 #include "foundation/TKDebug.h"
 #include "foundation/TKError.h"
+#include "io/TKFile.h"
+#include "io/TKFileSpec.h"
 
 namespace {
 
@@ -505,6 +507,27 @@ void TKDataBase::FromText(const char* text, int64_t length) {
 }
 
 void TKDataBase::FromText(const TKString& text) { FromText(text.CString(), text.Length()); }
+
+void TKDataBase::Save(const TKFileSpec& spec) const {
+    TKString text = ToText();
+    if (ChannelEnabled(kDebugDataBase))
+        DebugPrintf(kDebugDataBase, "WRITE:  %08lx %s\n", (unsigned long)text.Length(), spec.FullName().CString());
+    TKFile file(spec, TKFile::kWrite);
+    file.Open(TKFile::kWrite);
+    file.WriteString(text);
+    file.Close();
+}
+
+void TKDataBase::Load(const TKFileSpec& spec) {
+    TKFile file(spec, TKFile::kRead);
+    file.Open(TKFile::kRead);
+    TKString text;
+    file.ReadString(text, -1);
+    file.Close();
+    if (ChannelEnabled(kDebugDataBase))
+        DebugPrintf(kDebugDataBase, "READ: %08lx %s\n", (unsigned long)text.Length(), spec.FullName().CString());
+    FromText(text);
+}
 
 // Sorting ------------------------------------------------------------------------------------
 

@@ -2,6 +2,7 @@
 #include <random>
 
 #include "io/TKDataBase.h"
+#include "io/TKFileSpec.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -270,4 +271,18 @@ TEST(DataBaseSort, BySubBaseValue) {
     EXPECT_STREQ(base->Key(1).CString(), "b");
     EXPECT_STREQ(base->Key(2).CString(), "a");
     EXPECT_STREQ(base->Key(3).CString(), "c");
+}
+
+TEST(DataBaseFile, SaveAndLoad) {
+    std::string path = ::testing::TempDir() + "TKDataBaseTest.txt";
+    auto base = TKMakeRef<TKDataBase>();
+    base->SetString("Debug/Channels", "3 6");
+    base->SetDouble("gSeparationDefaultFactor", 0.9);
+    base->Save(TKFileSpec(TKString(path.c_str())));
+    auto back = TKMakeRef<TKDataBase>();
+    back->Load(TKFileSpec(TKString(path.c_str())));
+    EXPECT_STREQ(back->GetString("Debug/Channels", "").CString(), "3 6");
+    EXPECT_DOUBLE_EQ(back->GetDouble("gSeparationDefaultFactor", 0), 0.9);
+    std::remove(path.c_str());
+    EXPECT_TKERROR(back->Load(TKFileSpec(TKString((path + ".missing").c_str()))), FileNotOpen);
 }
