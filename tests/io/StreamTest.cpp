@@ -186,3 +186,40 @@ TEST(Stream, FormatIsCutAt4094Characters) {
     TKWriteFormat(&buffer, "%s", longText.c_str());
     EXPECT_EQ(buffer.Size(), 4094u);
 }
+
+TEST(Stream, UTF16StringsRoundTripInBothOrders) {
+    for (int32_t order : {int32_t(kBigEndian), int32_t(kLittleEndian)}) {
+        TKBuffer buffer;
+        // "Farbräume €" with a character outside the basic plane (U+1F3A8) written as a pair.
+        const TKString text("Farbr\xC3\xA4ume \xE2\x82\xAC\xF0\x9F\x8E\xA8");
+        WriteUTF16String(buffer, text, true, order);
+        EXPECT_EQ(buffer.Size(), 4u + 2u * 14u);
+        buffer.Seek(0, kSeekStart);
+        EXPECT_EQ(ReadInt32(buffer, true, order), 14);  // 12 units, a pair, the terminator
+        buffer.Seek(0, kSeekStart);
+        EXPECT_STREQ(ReadUTF16String(buffer, true, order).CString(), text.CString());
+        TKBuffer bare;
+        WriteUTF16String(bare, "ab", false, order);
+        EXPECT_EQ(bare.Size(), 8u);
+    }
+}
+
+TEST(Stream, UTF16ZerosInsideBecomeBlanksAndTrailingZerosGo) {
+    const uint8_t bytes[] = {0, 0, 0, 5, 0, 'a', 0, 0, 0, 'b', 0, 0, 0, 0};
+    TKBuffer buffer(bytes, sizeof bytes);
+    EXPECT_STREQ(ReadUTF16String(buffer, true, kBigEndian).CString(), "a b");
+    const uint8_t empty[] = {0, 0, 0, 0};
+    TKBuffer none(empty, 4);
+    EXPECT_TRUE(ReadUTF16String(none, true, kBigEndian).IsEmpty());
+}
+
+TEST(Stream, UTF16CountsBeyondTheDataAreRefusedOrClipped) {
+    // A count of two billion units in a 10-byte block must not allocate four gigabytes.
+    const uint8_t bytes[] = {0x7F, 0xFF, 0xFF, 0xFF, 0, 'o', 0, 'k', 0, '!'};
+    TKBuffer buffer(bytes, sizeof bytes);
+    EXPECT_TKERROR(ReadUTF16String(buffer, true, kBigEndian), FormatErr);
+    buffer.Seek(0, kSeekStart);
+    EXPECT_STREQ(ReadUTF16String(buffer, false, kBigEndian).CString(), "ok!");
+    TKTrickleStream trickle(bytes, sizeof bytes, 3);
+    EXPECT_TKERROR(ReadUTF16String(trickle, true, kBigEndian), FormatErr);
+}
