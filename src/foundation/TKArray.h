@@ -84,12 +84,14 @@ public:
     void Detach();
 
     void Add(const T& element) {
+        if (fCount == INT32_MAX) TKThrow(MemFullErr);
         T copy(element);  // the element may live in this very block
         SetCount(fCount + 1);
         fData[fCount - 1] = std::move(copy);
     }
     void Insert(int32_t index, const T& element) {
         if (index < 0 || index > fCount) TKThrow(IndexError);
+        if (fCount == INT32_MAX) TKThrow(MemFullErr);
         T copy(element);
         SetCount(fCount + 1);
         for (int32_t i = fCount - 1; i > index; --i) fData[i] = std::move(fData[i - 1]);
