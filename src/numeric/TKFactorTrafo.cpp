@@ -1,0 +1,11 @@
+// TKFactorTrafo: per-channel scaling.
+#include "numeric/TKFactorTrafo.h"
+
+#include <algorithm>
+
+TKVector TKFactorTrafo::Trafo(const TKVector& source) const {
+    TKVector result(source);
+    int32_t n = std::min(source.GetDim(), fFactors.GetDim());
+    for (int32_t i = 0; i < n; ++i) result[i] *= fFactors[i];
+    return result;
+}

@@ -1,0 +1,21 @@
+// TKMatrixTrafo: matrix times colour.
+#include "numeric/TKMatrixTrafo.h"
+
+int32_t TKMatrixTrafo::GetSrcDim() const { return fMatrix.GetWidth(); }
+
+int32_t TKMatrixTrafo::GetDstDim(int32_t srcDim) const {
+    return fMatrix.GetHeight() > 0 ? fMatrix.GetHeight() : srcDim;
+}
+
+int32_t TKMatrixTrafo::GetSrcType() const { return 0; }
+
+int32_t TKMatrixTrafo::GetDstType(int32_t srcType) const {
+    return fMatrix.GetHeight() > 0 ? fMatrix.GetType() : srcType;
+}
+
+TKVector TKMatrixTrafo::Trafo(const TKVector& source) const {
+    if (fMatrix.GetHeight() == 0) return source;
+    TKVector result = fMatrix * source;
+    result.SetType(fMatrix.GetType());
+    return result;
+}
