@@ -73,7 +73,7 @@ void TKICCDescriptionTag::SetText(const TKString& text) {
     uint32_t mac = std::min<uint32_t>(n, 67);
     // The format of this program declares 8 bytes beyond the Macintosh field.
     std::vector<uint8_t> block;
-    block.reserve(size_t(n) + 2 * m + 91);
+    block.reserve(size_t(latin.Length()) + 2 * size_t(m) + 91);
     auto hostU32 = [&block](uint32_t v) {
         uint8_t b[4];
         std::memcpy(b, &v, 4);
@@ -91,7 +91,7 @@ void TKICCDescriptionTag::SetText(const TKString& text) {
     size_t macStart = block.size();
     block.resize(macStart + 67, 0);
     std::memcpy(block.data() + macStart, latin.CString(), std::min<size_t>(mac, size_t(latin.Length())));
-    block.resize(size_t(n) + 2 * m + 91, 0);
+    block.resize(size_t(latin.Length()) + 2 * size_t(m) + 91, 0);
     SetHostBlock(std::move(block));
 }
 
