@@ -6,6 +6,7 @@
 
 #include "numeric/TKCurveLinearization.h"
 #include "numeric/TKCurveLinearizationMath.h"
+#include "numeric/TKMatrixTrafo.h"
 #include "support/TestSupport.h"
 #include "ToneRampData.h"
 
@@ -446,4 +447,45 @@ TEST(CurveText, MalformedTextIsFormatErr) {
     EXPECT_EQ(c.FromText("", 0), EOFReached);
     EXPECT_TKERROR(c.FromText(nullptr, 4), ArgErr);
     EXPECT_EQ(c.GetLength(), 0);
+}
+
+// ---- tone of a trafo --------------------------------------------------------------------
+
+namespace {
+// Squares every channel: along the line from 0 to 1 the tone d1/(d1+d2) is t^2.
+class SquareTrafo : public TKTrafo {
+public:
+    TKVector Trafo(const TKVector& source) const override {
+        TKVector r(source);
+        for (int32_t i = 0; i < r.GetDim(); ++i) r[i] = source[i] * source[i];
+        return r;
+    }
+};
+}  // namespace
+
+TEST(CurveFromTrafo, ToneOfASquaringTrafo) {
+    SquareTrafo square;
+    TKCurveLinearization c;
+    c.SetFromTrafo(&square, TKVector({0.0}), TKVector({1.0}), TKCurveLinearization::kSplineSmooth, 0);
+    EXPECT_EQ(c.GetLength(), 256);  // a count below 2 means 256
+    for (double t = 0.0; t <= 1.0; t += 1.0 / 64.0) EXPECT_NEAR(c.Apply(t), t * t, 1e-4);
+}
+
+TEST(CurveFromTrafo, LinearTrafoGivesTheIdentityAndNullResets) {
+    TKMatrix m(3, 3);
+    m(0, 0) = 2.0, m(0, 1) = 1.0, m(1, 1) = 1.0, m(2, 0) = 0.5, m(2, 2) = 3.0;
+    TKMatrixTrafo linear(m);
+    TKCurveLinearization c;
+    c.SetFromTrafo(&linear, TKVector({10.0, 20.0, 30.0}), TKVector({90.0, 40.0, 0.0}), 0, 33);
+    EXPECT_TRUE(c.IsIdentity());
+    c.SetFromTrafo(nullptr, TKVector(), TKVector(), 0, 33);
+    EXPECT_EQ(c.GetLength(), 0);
+    EXPECT_TKERROR(c.SetFromTrafo(&linear, TKVector({1.0, 2.0, 3.0}), TKVector({1.0, 2.0}), 0, 33), DimMismatch);
+}
+
+TEST(CurveFromTrafo, CollapsedLineStaysFinite) {
+    TKMatrixTrafo zero(TKMatrix(1, 1));  // maps every colour to 0
+    TKCurveLinearization c;
+    c.SetFromTrafo(&zero, TKVector({0.0}), TKVector({1.0}), 0, 16);
+    for (double t = 0.0; t <= 1.0; t += 0.125) EXPECT_EQ(c.Apply(t), 0.0);
 }
