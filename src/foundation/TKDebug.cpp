@@ -11,6 +11,7 @@
 #include <string>
 
 #include "foundation/TKError.h"
+#include "foundation/TKThreads.h"
 
 namespace {
 
@@ -141,6 +142,8 @@ void DebugWrite(int32_t channel, const char* text) {
         }
         // Without a file the text would go to the platform's debugger output; there is none here.
         if (sink) {
+            // A sink writes a file, where a kill of a worker thread could otherwise tear it.
+            TKHoldKills hold;
             std::string out = Decorate(LinePrefix(table, row, channel), text);
             sink->Write(out.data(), out.size());
         }
