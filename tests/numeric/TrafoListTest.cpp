@@ -5,6 +5,7 @@
 #include "numeric/TrafoTestSupport.h"
 #include "numeric/NumericTestSupport.h"
 #include "support/TestSupport.h"
+#include "foundation/TKProgress.h"
 
 namespace {
 // A trafo whose Info answers are fixed.
@@ -153,4 +154,94 @@ TEST(TrafoList, HostMayDropItsCountAfterAppending) {
     list.Append(t, false);
     t->Release();
     EXPECT_EQ(list.Trafo(TKVector({1.0})), TKVector({2.0}));
+}
+
+namespace {
+// Runs `count` interleaved 8-bit pixels of `in` channels through a trafo's pixel form.
+std::vector<uint8_t> RunPixels8(const TKTrafo& t, const std::vector<uint8_t>& src, int32_t in, int32_t out,
+                                int32_t count) {
+    std::vector<uint8_t> dst(size_t(count) * out, 0xCD);
+    const uint8_t* s[TKTrafo::kMaxPixelChannels];
+    uint8_t* d[TKTrafo::kMaxPixelChannels];
+    int32_t ss[TKTrafo::kMaxPixelChannels], ds[TKTrafo::kMaxPixelChannels];
+    for (int32_t c = 0; c < in; ++c) s[c] = src.data() + c, ss[c] = in;
+    for (int32_t c = 0; c < out; ++c) d[c] = dst.data() + c, ds[c] = out;
+    t.TrafoPixels8(count, s, d, ss, ds, nullptr);
+    return dst;
+}
+
+std::vector<uint8_t> Ramp(int32_t samples) {
+    std::vector<uint8_t> v(static_cast<size_t>(samples));
+    for (int32_t i = 0; i < samples; ++i) v[size_t(i)] = uint8_t(i * 37 + 11);
+    return v;
+}
+}  // namespace
+
+TEST(TrafoList, PixelPathsMatchTheMembersOneByOne) {
+    // 3 -> 4 -> 4 -> 6 -> 2 channels, so both ping-pong buffers change width.
+    TKTrafoList list;
+    list.Append(new TKTestFanTrafo(3, 4), true);
+    list.Append(new TKTestAddTrafo(4, 9.0), true);
+    list.Append(new TKTestFanTrafo(4, 6), true);
+    list.Append(new TKTestFanTrafo(6, 2), true);
+    ASSERT_TRUE(list.CanTrafo8());
+    for (int32_t count : {1, 9, 10, 257}) {
+        std::vector<uint8_t> src = Ramp(count * 3);
+        std::vector<uint8_t> step = RunPixels8(*list.GetTrafo(0), src, 3, 4, count);
+        step = RunPixels8(*list.GetTrafo(1), step, 4, 4, count);
+        step = RunPixels8(*list.GetTrafo(2), step, 4, 6, count);
+        step = RunPixels8(*list.GetTrafo(3), step, 6, 2, count);
+        EXPECT_EQ(RunPixels8(list, src, 3, 2, count), step) << count;
+    }
+}
+
+TEST(TrafoList, SixteenBitPixelsAndStrides) {
+    TKTrafoList list;
+    for (double add : {100.0, -30.0, 1000.0}) list.Append(new TKTestAddTrafo(2, add), true);
+    // Planar source with a stride of 1 per channel, interleaved destination with a pad.
+    for (int32_t count : {3, 40}) {
+        std::vector<uint16_t> planes(size_t(count) * 2);
+        for (int32_t i = 0; i < count * 2; ++i) planes[size_t(i)] = uint16_t(i * 1000);
+        std::vector<uint16_t> out(size_t(count) * 3, 7);
+        const uint16_t* s[2] = {planes.data(), planes.data() + count};
+        uint16_t* d[2] = {out.data(), out.data() + 1};
+        int32_t ss[2] = {1, 1}, ds[2] = {3, 3};
+        list.TrafoPixels16(count, s, d, ss, ds, nullptr);
+        for (int32_t p = 0; p < count; ++p) {
+            EXPECT_EQ(out[size_t(p) * 3], std::min(65535, int(planes[size_t(p)]) + 1070));
+            EXPECT_EQ(out[size_t(p) * 3 + 1], std::min(65535, int(planes[size_t(count + p)]) + 1070));
+            EXPECT_EQ(out[size_t(p) * 3 + 2], 7);  // the pad stays
+        }
+    }
+}
+
+TEST(TrafoList, PixelPathLimits) {
+    TKTrafoList list;
+    list.Append(new TKTestFanTrafo(1, 65), true);
+    list.Append(new TKTestFanTrafo(65, 1), true);
+    std::vector<uint8_t> src(20), dst(20);
+    const uint8_t* s[1] = {src.data()};
+    uint8_t* d[1] = {dst.data()};
+    int32_t strides[1] = {1};
+    EXPECT_TKERROR(list.TrafoPixels8(5, s, d, strides, strides, nullptr), BufferTooSmall);
+    EXPECT_TKERROR(list.TrafoPixels8(20, s, d, strides, strides, nullptr), BufferTooSmall);
+    TKTrafoList mixed;
+    mixed.Append(new TKTestAddTrafo(1, 1.0), true);
+    mixed.Append(new TKTrafo, true);
+    EXPECT_FALSE(mixed.CanTrafo8());
+    EXPECT_TKERROR(mixed.TrafoPixels8(20, s, d, strides, strides, nullptr), UndefProc);
+}
+
+TEST(TrafoList, OneMemberGetsTheCallUnchanged) {
+    TKTrafoList list;
+    auto* recorder = new TKTestRecordingTrafo(1);
+    list.Append(recorder, true);
+    struct NullProgress : TKProgress {
+        void SetProgress(double) override {}
+    } progress;
+    uint8_t src[12] = {}, dst[12] = {};
+    list.TrafoRaster8(3, 4, src, dst, 0, 0, &progress);
+    ASSERT_EQ(recorder->calls.size(), 1u);
+    EXPECT_TRUE(recorder->calls[0].withProgress);
+    EXPECT_EQ(dst[11], 1);
 }
