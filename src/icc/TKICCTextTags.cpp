@@ -144,6 +144,11 @@ void TKICCMLUCTag::SwapBytes() {
     FlipOrder();
 }
 
+TKString TKICCMLUCTag::GetSummary() {
+    TKString text = GetText();
+    return TKICCSummaryOfText(text, true, text.Length() > 255);
+}
+
 void TKICCMLUCTag::Dump(TKStream& stream) { TKWriteFormat(&stream, "%s\n", GetText().CString()); }
 
 // --- "csed" -----------------------------------------------------------------------------------

@@ -46,7 +46,8 @@ public:
     void SwapBytes() override;
     void Dump(TKStream& stream) override;
     void SetFromText(const TKString& text) override { SetText(text); }
-    TKString GetSummary() override { return GetText(); }
+    // Cut like the summary of a "text" tag, since mluc texts are often long.
+    TKString GetSummary() override;
 };
 
 // "csed": a description type of other producers, read only.
