@@ -268,7 +268,7 @@ void ToWorking(int32_t method, uint32_t working, const TKVector& a, const TKVect
     }
     if (method == kTKDeltaAuto || working == 0) {
         const uint32_t ta = uint32_t(a.GetType()), tb = uint32_t(b.GetType());
-        working = (ta == tb || ta == 0 || tb == 0) ? 0 : TKLabSpace;
+        working = (ta == tb || ta == 0 || tb == 0) ? 0u : uint32_t(TKLabSpace);
     }
     wa = working ? ConvertColor(working, a) : a;
     wb = working ? ConvertColor(working, b) : b;

@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "foundation/TKString.h"
+#include "numeric/TKVector.h"
 
 // Builds a signature from four characters, first character in the most significant byte.
 constexpr uint32_t TKColorSig(const char (&text)[5]) {
@@ -114,3 +115,41 @@ double GetMaxOfAll(uint32_t type);
 // The shown name: "Lab", "XYZ-Norm", "mc1A", ...; an unknown signature shows its printable
 // characters without blanks, or "None".
 TKString GetTypeName(uint32_t type);
+
+// --- Colours of a type ---------------------------------------------------------------------------
+
+// Channel minima and maxima as vectors of the type; a mode other than 0, 1 or 2 is ArgErr.
+TKVector GetMinVector(uint32_t type, int32_t mode = kTKRangeReal);
+TKVector GetMaxVector(uint32_t type, int32_t mode = kTKRangeReal);
+// The white of a type: D50 for the CIE types, full scale for RGB, else each channel at its minimum.
+TKVector GetWhite(uint32_t type);
+// The black of a type; `kind` picks which inks stand at their maximum for ink types:
+// 3 the first three, 1 the first four, 2 the fourth alone, otherwise all of them.
+TKVector GetBlack(uint32_t type, int32_t kind = 0);
+// A colour that shows one channel; empty for a channel out of range.
+TKVector GetPrimary(uint32_t type, int32_t channel);
+
+// --- Text forms ---------------------------------------------------------------------------------
+
+// The name of a channel: style 1 the long names ("Red", "MCH_0"), style 2 and above the short
+// ones ("R", "MCH_1"), style 0 the generic "<type>_<letter or number>"; empty out of range.
+TKString GetChannelName(uint32_t type, int32_t channel, int32_t style);
+// The type whose shown name is the text, or stands in it between blanks; 0 if none.
+uint32_t GetTypeFromName(const char* text);
+// The same search, also telling where the name stands in the text (byte offset and length).
+uint32_t FindTypeNameInText(const char* text, int32_t* position, int32_t* length);
+
+enum TKColorTextFlags : int32_t {
+    kTKColorTextWithType = 1,  // append the shown name of the type
+    kTKColorTextAligned = 2,   // fixed-width numbers
+    kTKColorTextCommas = 4,    // separate values with ","
+};
+// The values of a colour as text. A given `format` must hold exactly one floating-point
+// conversion (ArgErr otherwise) and is applied to each value.
+TKString GetColorText(const TKVector& colour, const char* format = nullptr, int32_t flags = 0);
+// Reads a colour, a light source ("D65", "D50UV", "A", "F11", "Equal") or a white from text.
+// With `strict`, text that names no colour is WrongDataType and too few numbers BufferTooSmall;
+// without, both give an empty colour.
+void GetColorFromText(TKVector& result, uint32_t type, const char* text, bool strict);
+// A plain colour word ("Red", "Gray", ...) for a CIE colour; empty for other colours.
+const char* GetColorNameOf(const TKVector& colour);

@@ -127,8 +127,9 @@ TEST(ColorDifference, EveryMethodZeroSymmetricMonotonic) {
             const double d = method.GetDifference(base, other);
             EXPECT_GT(d, previous) << TKColorDifference::GetMethodName(m) << " step " << step;
             previous = d;
-            if (m != kTKDeltaCMC11 && m != kTKDeltaCMC21)  // CMC weighs by its reference colour
+            if (m != kTKDeltaCMC11 && m != kTKDeltaCMC21) {  // CMC weighs by its reference colour
                 EXPECT_NEAR(method.GetDifference(other, base), d, 1e-9 * (1 + d)) << TKColorDifference::GetMethodName(m);
+            }
         }
     }
     const TKColorDifference rgb(kTKDeltaRGB);
