@@ -32,6 +32,9 @@ public:
         kSplineSmoothAlt = 3       // the smooth spline again
     };
 
+    // The longest table a curve builds (16M samples, 128 MB); longer requests are ArgErr.
+    static constexpr int32_t kMaxSamples = 1 << 24;
+
     TKCurveLinearization() = default;
     // A table (or identity, or gamma) from the samples, length included.
     explicit TKCurveLinearization(const TKVector& samples);
@@ -105,6 +108,7 @@ private:
 template <class F>
 void TKCurveLinearization::FillTable(int32_t count, F sample) {
     if (count < 2) TKThrowMsg(ArgErr, "a table needs at least 2 samples");
+    if (count > kMaxSamples) TKThrowMsg(ArgErr, "too many curve samples");
     TKVector table(count);
     double* out = table.MutableValues();
     const double scale = double(count - 1);

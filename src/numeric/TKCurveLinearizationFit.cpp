@@ -33,8 +33,10 @@ void CheckPoints(const TKVector& x, const TKVector& y) {
     CheckFinite(y);
 }
 
+// Checked before any buffer of `count` entries is allocated.
 void CheckCount(int32_t count) {
     if (count < 2) TKThrowMsg(ArgErr, "a table needs at least 2 samples");
+    if (count > TKCurveLinearization::kMaxSamples) TKThrowMsg(ArgErr, "too many curve samples");
 }
 
 // The index range of the points strictly inside 0 < x < 1, where x^e and x - x^2 carry
@@ -189,6 +191,7 @@ void TKCurveLinearization::SetFromTrafo(TKTrafo* trafo, const TKVector& a, const
         return;
     }
     if (count < 2) count = kDefaultTrafoSamples;
+    CheckCount(count);
     const TKVector endA = trafo->Trafo(a);
     const TKVector endB = trafo->Trafo(b);
     TKVector x(count);

@@ -217,6 +217,8 @@ TEST(CurveTable, ResampleGammaAndKeepSameCount) {
     c.Resample(256);
     EXPECT_FALSE(c.GetSamples().Differs(before));
     EXPECT_TKERROR(c.Resample(1), ArgErr);
+    EXPECT_TKERROR(c.Resample(TKCurveLinearization::kMaxSamples + 1), ArgErr);
+    EXPECT_EQ(c.GetLength(), 256);
 }
 
 TEST(CurveTable, InvertedTableHas4096SamplesOrKeepsALongerLength) {
