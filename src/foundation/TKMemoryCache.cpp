@@ -1,21 +1,29 @@
-// The block pool behind strings: a busy count taken with one atomic add decides whether this
-// call may use the slots; a loser goes to the heap at once.
+// The block pool behind strings: a busy count decides whether this call may use the slots;
+// a call that finds the cache busy goes to the heap at once.
 #include "foundation/TKMemoryCache.h"
 
 #include <cstdlib>
 
 namespace {
-// Holds the busy count for one call; owns the slots only if the count was 0 before.
+// One call's turn at the slots. A call that finds the busy count above 0 leaves at once
+// without touching it; otherwise one compare-and-swap from 0 to 1 makes it the owner, and
+// the owner's release is a plain store. This keeps the uncontended cost to a single locked
+// instruction, which is what decides whether the cache beats the heap at all.
 class TKCacheTurn {
 public:
-    explicit TKCacheTurn(std::atomic<int32_t>& busy)
-        : fBusy(busy), fOwner(busy.fetch_add(1, std::memory_order_acquire) == 0) {}
-    ~TKCacheTurn() { fBusy.fetch_sub(1, std::memory_order_release); }
+    explicit TKCacheTurn(std::atomic<int32_t>& busy) : fBusy(busy) {
+        int32_t idle = 0;
+        fOwner = busy.load(std::memory_order_relaxed) == 0 &&
+                 busy.compare_exchange_strong(idle, 1, std::memory_order_acquire, std::memory_order_relaxed);
+    }
+    ~TKCacheTurn() {
+        if (fOwner) fBusy.store(0, std::memory_order_release);
+    }
     bool Owner() const { return fOwner; }
 
 private:
     std::atomic<int32_t>& fBusy;
-    bool fOwner;
+    bool fOwner = false;
 };
 }  // namespace
 
@@ -33,11 +41,12 @@ void* TKMemoryCache::Allocate(std::size_t size, std::size_t maximum, std::size_t
     if (fSlotCount > 0) {
         TKCacheTurn turn(fBusy);
         if (turn.Owner()) {
+            // Empty slots have size 0 and never fit, so the scan reads only the sizes.
             for (int32_t i = 0; i < fSlotCount; ++i) {
-                void* block = fBlocks[i];
                 std::size_t blockSize = fSizes[i];
                 bool fits = maximum ? (blockSize >= size && blockSize <= maximum) : blockSize == size;
-                if (block && fits) {
+                if (fits) {
+                    void* block = fBlocks[i];
                     fBlocks[i] = nullptr;
                     fSizes[i] = 0;
                     if (actualSize) *actualSize = blockSize;
@@ -83,12 +92,15 @@ int32_t TKMemoryCache::ParkedBlocks() const {
 
 // Never destroyed: a string held by a static object may be released after the caches of a
 // normal static would already be gone. Their parked blocks stay reachable, not leaked.
+// Slot counts are small on purpose: a miss scans every slot, and against a modern heap
+// allocator a long scan costs more than it saves. Share counts all have one size, so any
+// parked one fits and a few slots suffice.
 TKMemoryCache& TKMemoryCache::CharacterCache() {
-    static TKMemoryCache* cache = new TKMemoryCache(64);
+    static TKMemoryCache* cache = new TKMemoryCache(16);
     return *cache;
 }
 
 TKMemoryCache& TKMemoryCache::ShareCountCache() {
-    static TKMemoryCache* cache = new TKMemoryCache(64);
+    static TKMemoryCache* cache = new TKMemoryCache(8);
     return *cache;
 }
