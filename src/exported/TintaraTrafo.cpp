@@ -1,0 +1,70 @@
+// The trafo family of exports: create, concatenate, query and evaluate trafos through
+// reference handles.
+#include "exported/TKExport.h"
+#include "foundation/TKHandle.h"
+#include "numeric/TKTrafoList.h"
+#include "tintara.h"
+
+namespace {
+// The trafo a handle holds, or null for a null handle, an empty one or one holding no trafo.
+TKTrafo* HeldTrafo(TKTrafoRef ref) { return RefObjectAs<TKTrafo>(ref, "TKTrafo"); }
+
+// Hands a new object to a new handle; if no handle can be had, the object goes again.
+TKTrafoRef Adopt(TKTrafo* trafo) {
+    TKTrafoRef ref = NewRef(trafo, true);
+    if (!ref) trafo->Release();
+    return ref;
+}
+}  // namespace
+
+extern "C" {
+
+TKTrafoRef TKNewTKTrafoRef(void) {
+    return TKGuardRef([] { return Adopt(new TKTrafo); });
+}
+
+void TKFreeTKTrafoRef(TKTrafoRef ref) { FreeRef(ref); }
+
+TKTrafoRef TKConcatenateTrafos(TKTrafo* t1, TKTrafo* t2, TKTrafo* t3, TKTrafo* t4, TKTrafo* t5, TKTrafo* t6) {
+    // Object pointers, not handles: each member gets a count of its own and the caller keeps its.
+    return TKGuardRef([&] { return Adopt(new TKTrafoList(t1, t2, t3, t4, t5, t6, false)); });
+}
+
+int32_t TKGetTrafoSrcDim(TKTrafoRef ref) {
+    TKTrafo* trafo = HeldTrafo(ref);
+    return trafo ? trafo->GetSrcDim() : 0;
+}
+
+// Asked for the trafo's own source dimension, so that a trafo which passes the dimension
+// through still names the size of the destination array.
+int32_t TKGetTrafoDstDim(TKTrafoRef ref) {
+    TKTrafo* trafo = HeldTrafo(ref);
+    return trafo ? trafo->GetDstDim(trafo->GetSrcDim()) : 0;
+}
+
+uint32_t TKGetTrafoSrcType(TKTrafoRef ref) {
+    TKTrafo* trafo = HeldTrafo(ref);
+    return trafo ? uint32_t(trafo->GetSrcType()) : 0;
+}
+
+uint32_t TKGetTrafoDstType(TKTrafoRef ref) {
+    TKTrafo* trafo = HeldTrafo(ref);
+    return trafo ? uint32_t(trafo->GetDstType(trafo->GetSrcType())) : 0;
+}
+
+int32_t TKDoTrafo(TKTrafoRef ref, const double* src, double* dst) {
+    TKTrafo* trafo = HeldTrafo(ref);
+    if (!trafo || !src || !dst) return TK_ARG_ERROR();
+    return TKGuardCode([&] {
+        int32_t srcDim = trafo->GetSrcDim();
+        TKVector colour;
+        colour.SetFromArray(srcDim, src);
+        colour.SetType(trafo->GetSrcType());
+        trafo->TrafoInPlace(colour);
+        if (colour.GetDim() != trafo->GetDstDim(srcDim)) TKThrow(DimMismatch);
+        colour.CopyToArray(dst);
+        return int32_t(NoErr);
+    });
+}
+
+}  // extern "C"
