@@ -17,7 +17,6 @@ TKBSpline::TKBSpline(const TKMatrix& points, int32_t degree, bool closed) : fDeg
         for (int32_t c = 0; c < n + degree; ++c) fControl(r, c) = points(r, c % n);
 }
 
-TKBSpline::~TKBSpline() noexcept {}
 
 namespace {
 // Knot u_i of an open curve with `count` control points: degree+1 zeros, evenly spaced inner

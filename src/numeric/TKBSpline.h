@@ -15,7 +15,6 @@ public:
     // Points are columns. The degree must be at least 1; an open curve needs more points than
     // its degree, a closed one at least as many. ArgErr otherwise.
     TKBSpline(const TKMatrix& points, int32_t degree, bool closed);
-    ~TKBSpline() noexcept override;
 
     // t is clamped into 0..1; NaN is ArgErr.
     TKVector Eval(double t) const override;

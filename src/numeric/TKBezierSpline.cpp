@@ -17,7 +17,6 @@ TKBezierSpline::TKBezierSpline(const TKMatrix& points, double limit) {
     DrawThrough(points, limit);
 }
 
-TKBezierSpline::~TKBezierSpline() noexcept {}
 
 void TKBezierSpline::Build(const TKMatrix& points) {
     const int32_t m = points.GetWidth() - 1;

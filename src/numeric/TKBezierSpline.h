@@ -20,7 +20,6 @@ public:
     // Through the points: each inner knot ends within `limit` of its point. A limit below
     // kMinLimit, or points that never settle (NaN), are ArgErr.
     TKBezierSpline(const TKMatrix& points, double limit);
-    ~TKBezierSpline() noexcept override;
 
     // ArgErr for t outside 0..1 (NaN included).
     TKVector Eval(double t) const override;

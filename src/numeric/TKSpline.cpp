@@ -3,10 +3,6 @@
 
 #include <cmath>
 
-TKLinearSpline::~TKLinearSpline() noexcept {}
-TKSquareSpline::~TKSquareSpline() noexcept {}
-TKSmoothSpline::~TKSmoothSpline() noexcept {}
-
 void TKSplinePoints::Locate(double t, int32_t& segment, double& fraction) const {
     const double p = t * double(Count() - 1);
     double whole = std::floor(p);

@@ -32,8 +32,6 @@ class TKLinearSpline : public TKDoubleToVectorFunc {
     TK_DECLARE_CLASS(TKLinearSpline, TKDoubleToVectorFunc)
 public:
     explicit TKLinearSpline(const TKMatrix& points) : fPoints(points) {}
-    // The matrix member may throw PtrInvalid from its destructor; an object never passes it on.
-    ~TKLinearSpline() noexcept override;
     TKVector Eval(double t) const override;
     const TKMatrix& GetPoints() const { return fPoints.Matrix(); }
 
@@ -46,8 +44,6 @@ class TKSquareSpline : public TKDoubleToVectorFunc {
     TK_DECLARE_CLASS(TKSquareSpline, TKDoubleToVectorFunc)
 public:
     explicit TKSquareSpline(const TKMatrix& points) : fPoints(points) {}
-    // The matrix member may throw PtrInvalid from its destructor; an object never passes it on.
-    ~TKSquareSpline() noexcept override;
     TKVector Eval(double t) const override;
     const TKMatrix& GetPoints() const { return fPoints.Matrix(); }
 
@@ -61,8 +57,6 @@ class TKSmoothSpline : public TKDoubleToVectorFunc {
     TK_DECLARE_CLASS(TKSmoothSpline, TKDoubleToVectorFunc)
 public:
     explicit TKSmoothSpline(const TKMatrix& points) : fPoints(points) {}
-    // The matrix member may throw PtrInvalid from its destructor; an object never passes it on.
-    ~TKSmoothSpline() noexcept override;
     TKVector Eval(double t) const override;
     const TKMatrix& GetPoints() const { return fPoints.Matrix(); }
 
