@@ -26,15 +26,25 @@ TKCLUT& TKCLUT::operator=(const TKCLUT& other) {
     return *this;
 }
 
-void TKCLUT::Setup(const std::vector<int32_t>& gridPoints, int32_t outDim, int32_t sampleSize) {
+namespace {
+
+// The node count of a grid, checked against the size limit before anything is allocated.
+uint64_t CheckedNodeCount(const std::vector<int32_t>& gridPoints, int32_t outDim, int32_t sampleSize) {
     if (gridPoints.empty() || outDim < 1) TKThrow(ArgErr);
-    if (sampleSize != kByte && sampleSize != kWord && sampleSize != kDouble) TKThrow(ArgErr);
+    if (sampleSize != TKCLUT::kByte && sampleSize != TKCLUT::kWord && sampleSize != TKCLUT::kDouble) TKThrow(ArgErr);
     uint64_t nodes = 1;
     for (int32_t g : gridPoints) {
         if (g < 1) TKThrow(ArgErr);
         nodes *= uint64_t(g);
-        if (nodes * uint64_t(outDim) * uint64_t(sampleSize) > kMaxDataSize) TKThrow(MemFullErr);
+        if (nodes * uint64_t(outDim) * uint64_t(sampleSize) > TKCLUT::kMaxDataSize) TKThrow(MemFullErr);
     }
+    return nodes;
+}
+
+}  // namespace
+
+void TKCLUT::Setup(const std::vector<int32_t>& gridPoints, int32_t outDim, int32_t sampleSize) {
+    const uint64_t nodes = CheckedNodeCount(gridPoints, outDim, sampleSize);
     const uint64_t size = nodes * uint64_t(outDim) * uint64_t(sampleSize);
     std::unique_ptr<uint8_t[]> data(new (std::nothrow) uint8_t[size]());
     if (!data) TKThrow(MemFullErr);
@@ -43,6 +53,16 @@ void TKCLUT::Setup(const std::vector<int32_t>& gridPoints, int32_t outDim, int32
     fSampleSize = sampleSize;
     fData = std::move(data);
     fDataSize = size;
+    fNodeCount = int32_t(nodes);
+}
+
+void TKCLUT::SetShape(const std::vector<int32_t>& gridPoints, int32_t outDim, int32_t sampleSize) {
+    const uint64_t nodes = CheckedNodeCount(gridPoints, outDim, sampleSize);
+    fGridPoints = gridPoints;
+    fOutDim = outDim;
+    fSampleSize = sampleSize;
+    fData.reset();
+    fDataSize = 0;
     fNodeCount = int32_t(nodes);
 }
 

@@ -26,6 +26,9 @@ public:
     // below 1 or a sample size other than 1, 2, 8; MemFullErr for a grid beyond kMaxDataSize.
     void Setup(const std::vector<int32_t>& gridPoints, int32_t outDim, int32_t sampleSize);
     void Clear();
+    // Sets the grid's shape without storing nodes, for tables whose nodes live elsewhere (a
+    // device link keeps 16-bit nodes of its own): positions work, node reads are IndexError.
+    void SetShape(const std::vector<int32_t>& gridPoints, int32_t outDim, int32_t sampleSize);
 
     int32_t GetInDim() const { return int32_t(fGridPoints.size()); }
     const std::vector<int32_t>& GetGridPoints() const { return fGridPoints; }

@@ -18,6 +18,15 @@ void TKLutTrafo::SetupGrid(const std::vector<int32_t>& gridPoints, int32_t outDi
     fTrainedCount = 0;
 }
 
+void TKLutTrafo::SetGridShape(const std::vector<int32_t>& gridPoints, int32_t outDim, int32_t sampleSize) {
+    if (int32_t(gridPoints.size()) > TKHyperSquareWeights::kMaxChannels) TKThrow(ArgErr);
+    fCLUT.SetShape(gridPoints, outDim, sampleSize);
+    fNodeWeights.clear();
+    fNodeSums.clear();
+    fTrainedNodes.clear();
+    fTrainedCount = 0;
+}
+
 void TKLutTrafo::SetTypes(int32_t srcType, int32_t dstType) {
     fSrcType = srcType;
     fDstType = dstType;

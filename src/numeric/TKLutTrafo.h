@@ -28,6 +28,8 @@ public:
 
     // The grid: gridPoints per input channel, outDim samples per node of sampleSize bytes.
     void SetupGrid(const std::vector<int32_t>& gridPoints, int32_t outDim, int32_t sampleSize);
+    // The grid's shape alone, for subclasses that store their nodes elsewhere (TKCLUT::SetShape).
+    void SetGridShape(const std::vector<int32_t>& gridPoints, int32_t outDim, int32_t sampleSize);
     const TKCLUT& GetCLUT() const { return fCLUT; }
     TKCLUT& GetCLUT() { return fCLUT; }
     void SetTypes(int32_t srcType, int32_t dstType);
