@@ -147,6 +147,33 @@ TEST(CurveParametric, AllFiveTypesFollowTheirFormulas) {
     EXPECT_NEAR(TKCurveLinearization::EvalParametric(1, q, 0.5), 0.25 * 0.25, 1e-15);
 }
 
+// Cross-check with a peer engine: Little CMS 2.14 evaluated the same five curves
+// (tests/data/curves/lcms_parametric.c); its results are single-precision floats.
+TEST(CurveParametric, AgreesWithLittleCMS) {
+    const double params[5][7] = {
+        {2.2},
+        {2.2, 1.1, -0.1},
+        {2.0, 0.95, 0.05, 0.02},
+        {2.4, 1.0 / 1.055, 0.055 / 1.055, 1.0 / 12.92, 0.04045},
+        {2.6, 0.9, 0.1, 0.15, 0.12, 0.01, 0.005},
+    };
+    std::FILE* file = std::fopen(TestDataPath("curves/lcms_parametric.csv").c_str(), "r");
+    ASSERT_NE(file, nullptr);
+    char line[128];
+    int rows = 0;
+    while (std::fgets(line, sizeof line, file)) {
+        int type = 0;
+        double x = 0.0, y = 0.0;
+        if (std::sscanf(line, "%d,%lf,%lf", &type, &x, &y) != 3) continue;
+        TKVector p(7);
+        p.SetFromArray(7, params[type]);
+        EXPECT_NEAR(TKCurveLinearization::EvalParametric(type, p, x), y, 1e-7 + 1e-6 * y) << type << " " << x;
+        ++rows;
+    }
+    std::fclose(file);
+    EXPECT_EQ(rows, 5 * 33);
+}
+
 TEST(CurveParametric, SamplesAreClippedToTheUnitRange) {
     TKCurveLinearization c;
     c.SetFromParametric(2, Values({1.0, 1.0, 0.0, 0.25}), 5);  // x + 0.25
