@@ -16,7 +16,9 @@ constexpr int32_t kMinInverseSamples = 4096;
 // Tables for curves that have no table of their own when concatenated.
 constexpr int32_t kConcatSamples = 256;
 
-bool IsNamed(int32_t length) { return length <= TKCurveLinearization::kLStarToY && length >= TKCurveLinearization::kSRGBEncode; }
+bool IsNamed(int32_t length) {
+    return length <= TKCurveLinearization::kLStarToY && length >= TKCurveLinearization::kSRGBEncode;
+}
 
 double ApplyNamed(int32_t length, double x) {
     switch (length) {
@@ -148,6 +150,12 @@ void TKCurveLinearization::Invert() {
 }
 
 void TKCurveLinearization::Concat(const TKCurveLinearization& other, int32_t minimum) {
+    if (&other == this) {
+        // The resampling below would change `other` while it is being applied.
+        const TKCurveLinearization self(other);
+        Concat(self, minimum);
+        return;
+    }
     if (IsIdentity()) {
         fSamples = other.fSamples;
         fLength = other.fLength;

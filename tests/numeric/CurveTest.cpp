@@ -283,6 +283,12 @@ TEST(CurveConcat, GammaThenGammaMultipliesExponents) {
     for (double x = 0.0; x <= 1.0; x += 0.05) EXPECT_NEAR(c.Apply(x), std::pow(x, 3.0), 2e-4);
 }
 
+TEST(CurveConcat, WithItself) {
+    TKCurveLinearization c = Gamma(2.0);
+    c.Concat(c, 0);
+    for (double x = 0.0; x <= 1.0; x += 0.05) EXPECT_NEAR(c.Apply(x), std::pow(x, 4.0), 5e-4);
+}
+
 TEST(CurveConcat, TakesTheLongerLengthOrTheMinimum) {
     TKCurveLinearization longer = Gamma(1.2);
     longer.Resample(1000);
