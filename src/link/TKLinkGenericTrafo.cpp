@@ -26,6 +26,7 @@ void EvalStage(const TKTrafo& stage, const In* in, const TKVector& inMin, const 
         colour.FromBytes(in, inMin, inMax);
     else
         colour.FromWords(in, inMin, inMax);
+    colour.SetType(inMin.GetType());
     const TKVector result = stage.Trafo(colour);
     if (result.GetDim() != outMin.GetDim()) TKThrow(DimMismatch);
     if constexpr (sizeof(Out) == 1)
@@ -192,6 +193,7 @@ TKVector TKLinkGenericTrafo::Trafo(const TKVector& source) const {
         link.Match16(1, src16, dst16, srcStrides, dstStrides, nullptr);
         result.FromWords(outWords, fDstMin, fDstMax);
     }
+    result.SetType(fDstMin.GetType());
     ReleaseStagesIfComplete();
     return result;
 }
