@@ -165,8 +165,8 @@ TEST(LinkBaking, CurvesCarryTheSeparablePartExactly) {
     EXPECT_EQ(link->GetSrcType(), kRGB);
     EXPECT_EQ(link->GetDstType(0), kRGB);
     // Input curve entry 2048 of channel 1 holds the gamma of 2048 / 4095 of the range.
-    const double x = (2048.0 * 65535 / 4095) / 65535.0;
-    EXPECT_NEAR(link->InputCurves()[4096 + 2048], std::pow(x, 2.2) * 65535.0, 1.0);
+    const double position = (2048.0 * 65535 / 4095) / 65535.0;
+    EXPECT_NEAR(link->InputCurves()[4096 + 2048], std::pow(position, 2.2) * 65535.0, 1.0);
     const TKVector x({64.0, 128.0, 200.0}, kRGB);
     const TKVector at = link->Trafo(x);
     // Only the 12-bit curve index and 16-bit samples stand between the link and the gamma.
