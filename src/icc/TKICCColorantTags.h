@@ -11,6 +11,8 @@ class TKColorantTableTag : public TKICCTag {
     TK_DECLARE_CLASS(TKColorantTableTag, TKICCTag)
 public:
     explicit TKColorantTableTag(uint32_t signature = TKICCSig("clrt"));
+    using TKICCTag::GetName;  // the object's own name stays reachable beside the colorant names
+    using TKICCTag::SetName;
     // The stored count, limited to the records that the block really holds.
     int32_t GetCount();
     // Replaces the block by n zeroed records.
