@@ -1,0 +1,145 @@
+// Debug settings from a data base: the echo on channel 1, line options, channel switches and
+// files of single channels.
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <sstream>
+#include <string>
+
+#include "foundation/TKDebug.h"
+#include "io/TKDataBase.h"
+#include "io/TKDebugLog.h"
+#include "io/TKDebugSettings.h"
+#include "support/TestSupport.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class CaptureSink : public TKDebugSink {
+public:
+    void Write(const char* text, size_t length) noexcept override {
+        std::lock_guard<std::mutex> lock(mutex);
+        all.append(text, length);
+    }
+    std::mutex mutex;
+    std::string all;
+};
+
+// Captures the default log and puts back every channel setting afterwards.
+class DebugSettings : public ::testing::Test {
+protected:
+    void SetUp() override {
+        char pattern[] = "/tmp/tintara-settings-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        folder = pattern;
+        fPrevious = DefaultDebugSink();
+        SetDefaultDebugSink(sink);
+        for (int32_t i = 0; i < kDebugStandardChannels; ++i) {
+            fSaved.push_back(DebugChannel(i));
+            SetChannelPrefix(i, false);
+        }
+    }
+    void TearDown() override {
+        for (const TKDebugChannelInfo& info : fSaved) {
+            SetChannelEnabled(info.number, info.enabled);
+            SetChannelPrefix(info.number, info.prefix);
+            SetChannelOutput(info.number, nullptr);
+        }
+        SetDebugOutputWithDate(false);
+        SetDebugOutputPrefix("");
+        SetDefaultDebugSink(fPrevious);
+        fs::remove_all(folder);
+    }
+
+    std::shared_ptr<CaptureSink> sink = std::make_shared<CaptureSink>();
+    fs::path folder;
+
+private:
+    std::shared_ptr<TKDebugSink> fPrevious;
+    std::vector<TKDebugChannelInfo> fSaved;
+};
+
+}  // namespace
+
+TEST_F(DebugSettings, SwitchesChannelsAndLineOptions) {
+    auto base = TKMakeRef<TKDataBase>();
+    base->Add("SetDebugChannel24", "1");
+    base->Add("SetDebugChannel3", "false");
+    base->Add("SetDebugChannel21", "TRUE");
+    base->Add("SetDebugOutputPrefix", "srv ");
+    InitDebugSettings(*base);
+    EXPECT_TRUE(ChannelEnabled(kDebugThread));
+    EXPECT_TRUE(ChannelEnabled(kDebugTest1));
+    EXPECT_FALSE(ChannelEnabled(kDebugError));
+    EXPECT_TRUE(ChannelEnabled(kDebugGeneral));  // no key: unchanged
+    EXPECT_FALSE(DebugOutputWithDate());
+    EXPECT_STREQ(DebugOutputPrefix().CString(), "srv ");
+}
+
+TEST_F(DebugSettings, EchoesTheBaseOnChannelOne) {
+    auto base = TKMakeRef<TKDataBase>();
+    base->Add("SetDebugChannel6", "0");
+    InitDebugSettings(*base);
+    EXPECT_EQ(sink->all, std::string("TKInitDebugSettings:\n") + base->ToText().CString());
+}
+
+TEST_F(DebugSettings, EmptyBaseResetsOptionsAndSaysNothing) {
+    SetDebugOutputWithDate(true);
+    SetDebugOutputPrefix("old ");
+    SetChannelEnabled(kDebugCache, true);
+    auto base = TKMakeRef<TKDataBase>();
+    InitDebugSettings(*base);
+    EXPECT_EQ(sink->all, "");
+    EXPECT_FALSE(DebugOutputWithDate());
+    EXPECT_STREQ(DebugOutputPrefix().CString(), "");
+    EXPECT_TRUE(ChannelEnabled(kDebugCache));
+}
+
+TEST_F(DebugSettings, DateOptionPrefixesLines) {
+    auto base = TKMakeRef<TKDataBase>();
+    base->Add("SetDebugOutputWithDate", "1");
+    InitDebugSettings(*base);
+    EXPECT_TRUE(DebugOutputWithDate());
+    sink->all.clear();
+    DebugPrintf(kDebugAlwaysOn, "x");
+    EXPECT_EQ(sink->all.size(), std::string("2026-01-01 00:00:00 x\n").size()) << sink->all;
+}
+
+TEST_F(DebugSettings, ChannelFileLiesBesideTheLog) {
+    InitLog(folder.c_str(), "", 0, false);
+    auto base = TKMakeRef<TKDataBase>();
+    base->Add("SetDebugChannel23", "1");
+    base->Add("SetDebugChannelOutputFile23", "cache.txt");
+    std::string absolute = (folder / "monitor.txt").string();
+    base->Add("SetDebugChannel14", "1");
+    base->Add("SetDebugChannelOutputFile14", absolute.c_str());
+    InitDebugSettings(*base);
+    EXPECT_TRUE(DebugChannel(kDebugCache).ownOutput);
+    DebugPrintf(kDebugCache, "cache line");
+    DebugPrintf(kDebugMonitor, "monitor line");
+    std::ifstream cache(folder / "cache.txt");
+    std::string line;
+    std::getline(cache, line);
+    EXPECT_EQ(line, "cache line");
+    std::ifstream monitor(absolute);
+    std::getline(monitor, line);
+    EXPECT_EQ(line, "monitor line");
+
+    // An empty name returns the channel to the log.
+    auto reset = TKMakeRef<TKDataBase>();
+    reset->Add("SetDebugChannelOutputFile23", "");
+    InitDebugSettings(*reset);
+    EXPECT_FALSE(DebugChannel(kDebugCache).ownOutput);
+}
+
+TEST_F(DebugSettings, MalformedBoolIsFalse) {
+    SetChannelEnabled(kDebugEvents, true);
+    auto base = TKMakeRef<TKDataBase>();
+    base->Add("SetDebugChannel25", "maybe");
+    base->Add("SetDebugChannel99", "1");  // past the standard channels: not read
+    InitDebugSettings(*base);
+    EXPECT_FALSE(ChannelEnabled(kDebugEvents));
+}
