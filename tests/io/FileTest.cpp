@@ -11,6 +11,8 @@
 #include "io/TKFile.h"
 #include "io/TKFileKinds.h"
 #include "io/TKFileSystem.h"
+#include "io/TKBinaryReader.h"
+#include "io/TKXStream.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -331,4 +333,49 @@ TEST(DetectFileKind, FindsTheProfileSignatureAndRestoresThePosition) {
     EXPECT_EQ(DetectFileKind(cut), kFileKindUnknown);
     TKStreamImplemented unreadable;
     EXPECT_EQ(DetectFileKind(unreadable), kFileKindUnknown);
+}
+
+TEST(FileThroughFilters, ProfileHeaderThroughABufferedBigEndianReader) {
+    // Header fields of Debian's Gray.icc as a hex dump of the file shows them.
+    TKFile file(TKFileSpec(TestDataPath("io/Gray.icc").c_str()));
+    TKBufferFilter buffered(&file, false, 64);
+    TKBinaryReader reader(buffered, kBigEndian);
+    EXPECT_EQ(reader.Remaining(), 420);
+    EXPECT_EQ(reader.U32(), 420u);          // profile size
+    EXPECT_EQ(reader.U32(), 0x4F797261u);   // preferred CMM 'Oyra'
+    EXPECT_EQ(reader.U32(), 0x02300000u);   // version 2.3
+    EXPECT_EQ(reader.U32(), 0x6D6E7472u);   // 'mntr'
+    EXPECT_EQ(reader.U32(), 0x47524159u);   // 'GRAY'
+    EXPECT_EQ(reader.U32(), 0x58595A20u);   // 'XYZ '
+    EXPECT_EQ(reader.U16(), 2007);          // creation year
+    reader.SeekTo(36);
+    EXPECT_EQ(reader.U32(), 0x61637370u);   // 'acsp'
+    reader.SeekTo(416);
+    reader.U32();
+    EXPECT_TKERROR(reader.U8(), EOFReached);
+    EXPECT_TKERROR(reader.Block(1), EOFReached);
+}
+
+TEST_F(FileTest, TextLinesFromAFileThroughAnXStream) {
+    Make("chart.txt", "CGATS.17\r\nORIGINATOR \"Tintara test\"\nNUMBER_OF_SETS 2\rEND");
+    TKFile file(Spec("chart.txt"));
+    {
+        TKXStream x(&file);
+        char line[64];
+        EXPECT_EQ(x.ReadLine(line, sizeof line), 8);
+        EXPECT_STREQ(line, "CGATS.17");
+        char token[64];
+        char separator = 0;
+        x.ReadToken(token, sizeof token, &separator, true);
+        EXPECT_STREQ(token, "ORIGINATOR");
+        x.ReadToken(token, sizeof token, &separator, true);
+        EXPECT_STREQ(token, "\"Tintara test\"");
+        EXPECT_EQ(separator, '\n');
+        x.SkipTo("NUMBER_OF_SETS");
+        EXPECT_EQ(x.ReadLine(line, sizeof line), 1);
+        EXPECT_STREQ(line, "2");
+    }
+    // The XStream read ahead, and gave the file its position back when it was done.
+    EXPECT_EQ(file.Tell(), file.Length() - 3);
+    EXPECT_STREQ(ReadWholeStream(file).CString(), "END");
 }
