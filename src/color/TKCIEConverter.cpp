@@ -72,6 +72,20 @@ void TKCIEConverter::Invalidate() {
 }
 
 void TKCIEConverter::SetWhite(const TKVector& white) {
+    if (white.IsEmpty()) {  // back to the connection-space white and its daylight
+        for (int i = 0; i < 3; ++i) fWhite[i] = kTKWhiteD50[i];
+        fIlluminant = GetIlluminantSpectrum("D50UV");
+        Invalidate();
+        return;
+    }
+    if (uint32_t(white.GetType()) == TKEmisSpace) {
+        // A measured light: it becomes the illuminant, and its own colour the white.
+        SetIlluminant(white);
+        const TKVector perfect(kTKSpectralChannels, int32_t(TKReflSpace), 1.0);
+        SpectrumToXYZ(perfect, fIlluminant, fObserver, fWhite);
+        Invalidate();
+        return;
+    }
     const TKVector xyz = uint32_t(white.GetType()) == TKNoSpace ? white : Convert(white, TKXYZSpace);
     if (xyz.GetDim() < 3) TKThrow(DimMismatch);
     for (int i = 0; i < 3; ++i) fWhite[i] = xyz[i];
@@ -88,6 +102,7 @@ void TKCIEConverter::SetIlluminant(const TKVector& spectrum) {
 }
 
 void TKCIEConverter::SetObserver(int32_t degrees) {
+    if (degrees == 0) degrees = 2;
     fObserver = GetObserverMatrix(degrees);
     fObserverDegrees = degrees;
     Invalidate();

@@ -21,13 +21,15 @@ public:
     TKCIEConverter& operator=(const TKCIEConverter&) = delete;
     ~TKCIEConverter();
 
-    // The white every relative type refers to; any CIE colour, converted to XYZ first.
+    // The white every relative type refers to: any CIE colour, converted to XYZ first; an
+    // "emis" spectrum becomes the illuminant and its colour the white; an empty vector restores
+    // the D50 white and illuminant.
     void SetWhite(const TKVector& white);
     TKVector GetWhite() const;  // "XYZ "
     // The light in which spectra are seen; a "emis" vector of 36 samples. The white stays.
     void SetIlluminant(const TKVector& spectrum);
     const TKVector& GetIlluminant() const { return fIlluminant; }
-    // 2 or 10 degrees; anything else is ArgErr.
+    // 2 or 10 degrees, 0 for the default 2; anything else is ArgErr.
     void SetObserver(int32_t degrees);
     int32_t GetObserverDegrees() const { return fObserverDegrees; }
     const TKMatrix& GetObserver() const { return fObserver; }

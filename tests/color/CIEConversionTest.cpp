@@ -1,6 +1,7 @@
 // CIE conversions through XYZ: published values, edge cases of the formulas, round trips
 // through every pair of types, and bad input.
 #include <cmath>
+#include <thread>
 #include <vector>
 
 #include "color/TKCIEConverter.h"
@@ -187,6 +188,26 @@ TEST(CIEConversion, MatrixForm) {
     TKMatrix same;
     ConvertColors(same, TKXYZSpace, m);
     EXPECT_TRUE(same == m);
+}
+
+TEST(CIEConversion, LazyModelsAreBuiltOnceAcrossThreads) {
+    // Four threads ask a fresh converter for the appearance and "Lcs " models at once: every
+    // thread must see the same, completely built model.
+    const TKCIEConverter converter;
+    const TKVector xyz = XYZ(20.0, 30.0, 40.0);
+    std::vector<TKVector> results(8);
+    std::vector<std::thread> threads;
+    for (size_t t = 0; t < 4; ++t) {
+        threads.emplace_back([&, t] {
+            results[2 * t] = converter.Convert(xyz, TKLcsSpace);
+            results[2 * t + 1] = converter.Convert(xyz, TKJabSpace);
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    for (size_t t = 1; t < 4; ++t) {
+        EXPECT_TRUE(results[2 * t] == results[0]);
+        EXPECT_TRUE(results[2 * t + 1] == results[1]);
+    }
 }
 
 TEST(CIEConversion, BadInput) {

@@ -54,6 +54,21 @@ TEST(CIETrafo, ConvertsWithItsOwnWhiteAndObserver) {
     EXPECT_TRUE(copy.Trafo(gray) == trafo->Trafo(gray));
 }
 
+TEST(CIETrafo, WhiteFromMeasuredLightAndReset) {
+    auto trafo = TKMakeRef<TKCIETrafo>(TKXYZSpace, TKLabSpace);
+    trafo->SetWhite(GetIlluminantSpectrum("D65UV"));
+    const TKVector white = trafo->GetWhite();
+    EXPECT_NEAR(white[1], 100.0, 1e-12);
+    EXPECT_NEAR(white[0], 95.047, 0.3);  // CIE 15 D65, within the 10 nm grid
+    EXPECT_TRUE(trafo->GetIlluminant() == GetIlluminantSpectrum("D65UV"));
+    // Its own white is neutral in Lab.
+    EXPECT_NEAR(trafo->Trafo(white)[1], 0.0, 1e-12);
+    trafo->SetWhite(TKVector());
+    EXPECT_TRUE(trafo->GetWhite() == TKVector({96.42, 100.0, 82.49}, int32_t(TKXYZSpace)));
+    trafo->SetObserver(0);
+    EXPECT_EQ(trafo->GetObserver(), 2);
+}
+
 TEST(CIETrafo, BadInput) {
     auto trafo = TKMakeRef<TKCIETrafo>(TKXYZSpace, TKLabSpace);
     EXPECT_TKERROR(trafo->Trafo(TKVector({1.0, 2.0, 3.0}, int32_t(TKCMYSpace))), WrongDataType);
