@@ -325,28 +325,36 @@ int TKString::CompareNoCase(const char* text) const {
 }
 
 namespace {
-enum class MatchResult { kMatch, kNoMatch, kAbort };
-
-// Wildcard matching by recursion over the stars. budget is the number of text bytes that the
-// stars may still absorb, which bounds each loop. Once a later star has been reached and has
-// failed for every split, no longer run of an earlier star can succeed either (the later star
-// could have absorbed that run itself), so kAbort ends the whole search: the cost stays at
-// about pattern length times text length even for patterns full of stars.
-MatchResult MatchFrom(const char* p, const char* t, int64_t budget) {
-    for (; *p; ++p, ++t) {
+// Wildcard matching: "*" absorbs any run of bytes, "?" one byte. budget is the number of text
+// bytes that the stars may still absorb; every retry takes one from it, which bounds the work.
+// Only the latest star ever needs to absorb more: once a later star has been reached, any
+// longer run of an earlier star could have been absorbed by the later one instead. So the
+// search for each star is the last thing the search for the previous star does, and the
+// recursion runs as a loop: no stack depth for patterns full of stars, and about pattern
+// length times text length steps at worst.
+bool MatchFrom(const char* p, const char* t, int64_t budget) {
+    const char* starPattern = nullptr;  // the pattern after the latest star
+    const char* starText = nullptr;     // where the text after that star begins now
+    for (;;) {
         if (*p == '*') {
             while (*p == '*') ++p;
-            if (!*p) return MatchResult::kMatch;
-            for (int64_t k = 0; k <= budget; ++k) {
-                MatchResult r = MatchFrom(p, t + k, budget - k);
-                if (r != MatchResult::kNoMatch) return r;
-            }
-            return MatchResult::kAbort;
+            if (!*p) return true;
+            starPattern = p;
+            starText = t;
+            continue;
         }
-        if (!*t) return MatchResult::kAbort;
-        if (*p != '?' && *p != *t) return MatchResult::kNoMatch;
+        if (*t && (*p == '?' || (*p && *p == *t))) {
+            ++p;
+            ++t;
+            continue;
+        }
+        if (!*p && !*t) return true;
+        // A mismatch: let the latest star absorb one more byte, if it still may.
+        if (!starPattern || budget <= 0 || !*starText) return false;
+        --budget;
+        p = starPattern;
+        t = ++starText;
     }
-    return *t ? MatchResult::kNoMatch : MatchResult::kMatch;
 }
 }  // namespace
 
@@ -359,7 +367,7 @@ bool TKString::Match(const char* pattern, const char* text) {
     for (const char* p = pattern; *p; ++p, ++patternLength) stars += *p == '*';
     int64_t budget = int64_t(std::strlen(text)) - patternLength + stars;
     if (budget < 0) return false;
-    return MatchFrom(pattern, text, budget) == MatchResult::kMatch;
+    return MatchFrom(pattern, text, budget);
 }
 
 // ---- editing -----------------------------------------------------------------------------

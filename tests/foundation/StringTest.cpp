@@ -1,7 +1,9 @@
 // TKString: sharing, the capacity and growth rules, reading, searching, comparison, editing.
 #include <algorithm>
 #include <cstring>
+#include <random>
 #include <string>
+#include <vector>
 
 #include "foundation/TKString.h"
 #include "support/TestSupport.h"
@@ -184,6 +186,46 @@ TEST(String, WildcardMatch) {
     for (int i = 0; i < 20000; ++i) text.Append('a');
     EXPECT_FALSE(TKString::Match("*a*a*a*a*a*a*a*a*a*a*a*a*b", text.CString()));
     EXPECT_TRUE(TKString::Match("*a*a*a*a*a*a*a*a*a*a*a*a*a", text.CString()));
+    // A pattern of many thousand stars needs no deep recursion.
+    TKString stars;
+    for (int i = 0; i < 10000; ++i) stars.Append("*a");
+    EXPECT_TRUE(TKString::Match(stars.CString(), text.CString()));
+    stars.Append('b');
+    EXPECT_FALSE(TKString::Match(stars.CString(), text.CString()));
+    // The budget: "a*" may absorb no byte of "a" but all of "abc".
+    EXPECT_TRUE(TKString::Match("a*", "a"));
+    EXPECT_TRUE(TKString::Match("a*c", "abbbc"));
+    EXPECT_FALSE(TKString::Match("a*cd", "acd!"));
+    EXPECT_TRUE(TKString::Match("*?", "x"));
+    EXPECT_FALSE(TKString::Match("*??", "x"));
+}
+
+namespace {
+// The textbook dynamic-programming matcher, as an independent reference.
+bool ReferenceMatch(const std::string& p, const std::string& t) {
+    std::vector<std::vector<char>> m(p.size() + 1, std::vector<char>(t.size() + 1, 0));
+    m[0][0] = 1;
+    for (size_t i = 1; i <= p.size(); ++i) {
+        for (size_t j = 0; j <= t.size(); ++j) {
+            if (p[i - 1] == '*')
+                m[i][j] = m[i - 1][j] || (j > 0 && m[i][j - 1]);
+            else
+                m[i][j] = j > 0 && m[i - 1][j - 1] && (p[i - 1] == '?' || p[i - 1] == t[j - 1]);
+        }
+    }
+    return m[p.size()][t.size()];
+}
+}  // namespace
+
+TEST(String, WildcardMatchAgreesWithAReferenceOnRandomInputs) {
+    std::mt19937 random(2024);
+    const char patternBytes[] = "ab*?";
+    for (int round = 0; round < 20000; ++round) {
+        std::string p, t;
+        for (size_t n = random() % 8; n > 0; --n) p += patternBytes[random() % 4];
+        for (size_t n = random() % 10; n > 0; --n) t += "ab"[random() % 2];
+        ASSERT_EQ(TKString::Match(p.c_str(), t.c_str()), ReferenceMatch(p, t)) << p << " vs " << t;
+    }
 }
 
 TEST(String, ReplaceTrimCase) {
