@@ -524,3 +524,27 @@ TEST(CurveFromTrafo, CollapsedLineStaysFinite) {
     c.SetFromTrafo(&zero, TKVector({0.0}), TKVector({1.0}), 0, 16);
     for (double t = 0.0; t <= 1.0; t += 0.125) EXPECT_EQ(c.Apply(t), 0.0);
 }
+
+// Untrusted text: every truncation and single-byte corruption of a valid block either reads
+// or fails with FormatErr, EOFReached or ArgErr, never anything worse.
+TEST(CurveText, TruncatedAndCorruptedTextFailsCleanly) {
+    const TKString valid = Table({0.0, 0.25, 0.75, 1.0}).ToText("%.6g");
+    const TKString named = Gamma(-4.0).ToText();
+    for (const TKString& text : {valid, named}) {
+        const std::string original(text.CString());
+        for (size_t cut = 0; cut <= original.size(); ++cut) {
+            for (char replacement : {'\0', '-', '9', 'D', ' ', '#', 'E'}) {
+                std::string mutated = original.substr(0, cut);
+                if (cut < original.size()) mutated += replacement;
+                TKCurveLinearization c;
+                try {
+                    const int32_t status = c.FromText(mutated.data(), int32_t(mutated.size()));
+                    EXPECT_TRUE(status == 0 || status == EOFReached);
+                } catch (const TKError& e) {
+                    EXPECT_TRUE(e.code() == FormatErr || e.code() == ArgErr) << e.code();
+                }
+                EXPECT_TRUE(c.GetLength() >= -5);
+            }
+        }
+    }
+}
