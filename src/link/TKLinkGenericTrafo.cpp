@@ -369,6 +369,7 @@ void TKLinkGenericTrafo::CalcFromTrafo(TKTrafo* trafo, int32_t grid, int32_t opt
         }
         CopyLinkFields(*link);
         ResampleFrom(*link, grid);
+        ReleaseStagesIfComplete();
         return;
     }
 

@@ -173,6 +173,31 @@ TEST(LutInterpolation, MultilinearReproducesBilinearProducts) {
     EXPECT_NEAR(lut->Trafo(TKVector{0.4, 0.7})[0], 0.28, 1e-12);
 }
 
+TEST(LutInterpolation, SimplexAgreesWithLittleCMSTetrahedral) {
+    // Reference: Little CMS 2.14, a float CLUT stage of grid 5 x 4 x 6 filled with the function
+    // below and evaluated with cmsPipelineEvalFloat (tetrahedral interpolation for three inputs).
+    // Its table and arithmetic are 32-bit floats, hence the tolerance.
+    auto f = [](const TKVector& x) {
+        return TKVector{0.5 + 0.4 * std::sin(2.0 * x[0] + x[1] * x[2]), x[0] * x[1] + 0.3 * x[2] * x[2]};
+    };
+    const double reference[][2][3] = {
+        {{0.10, 0.20, 0.30}, {0.6026758, 0.0633333}}, {{0.90, 0.05, 0.77}, {0.8693225, 0.2294000}},
+        {{0.50, 0.50, 0.50}, {0.8782558, 0.3280000}}, {{0.33, 0.95, 0.12}, {0.7681615, 0.3247000}},
+        {{1.00, 0.60, 0.00}, {0.8637190, 0.6000000}}, {{0.61, 0.61, 0.20}, {0.8765058, 0.3903334}},
+    };
+    for (int32_t mode : {1, 2}) {  // with three channels mode 2 is the simplex rule
+        TKRefPtr<TKLutTrafo> lut = TKMakeRef<TKLutTrafo>(mode);
+        lut->SetupGrid({5, 4, 6}, 2, TKCLUT::kDouble);
+        for (int32_t node = 0; node < lut->GetCLUT().GetNodeCount(); ++node)
+            lut->SetNodeDst(node, f(lut->GetNodeSrc(node)));
+        for (const auto& row : reference) {
+            const TKVector got = lut->Trafo(TKVector{row[0][0], row[0][1], row[0][2]});
+            EXPECT_NEAR(got[0], row[1][0], 2e-6) << mode;
+            EXPECT_NEAR(got[1], row[1][1], 2e-6) << mode;
+        }
+    }
+}
+
 TEST(LutInterpolation, CornerSumsMatchTrafo) {
     TKRefPtr<TKTrafoLutTrafo> lut = AffineGrid(2, TKTrafoLutTrafo::kFillEager);
     std::vector<double> weights;
