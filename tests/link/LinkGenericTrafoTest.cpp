@@ -1,6 +1,8 @@
 // TKLinkGenericTrafo: how a trafo is cut into stages, which grid it gets, what the baked tables
 // hold, the lazy life cycle and the colour path.
 #include <cmath>
+#include <thread>
+#include <vector>
 
 #include "color/TKColors.h"
 #include "link/ReferenceLinkTrafo.h"
@@ -305,4 +307,29 @@ TEST(LinkResample, ACopyAtAnotherGridFollowsTheOriginal) {
     EXPECT_EQ(finer->GridPoints(), 17);
     const TKVector x({51.0, 102.0, 204.0}, kRGB);
     EXPECT_NEAR(finer->Trafo(x)[0], source->Trafo(x)[0], 0.01);
+}
+
+TEST(LinkLazy, ThreadsFinishALazyLinkTogether) {
+    auto* complement = new Complement;
+    complement->AddRef();
+    TKRefPtr<TKReferenceLinkTrafo> link = TKMakeRef<TKReferenceLinkTrafo>();
+    link->CalcFromTrafo(Chain({complement}).Get(), 5, 1, nullptr);
+    std::vector<std::thread> threads;
+    std::atomic<int32_t> wrong{0};
+    for (int32_t t = 0; t < 4; ++t)
+        threads.emplace_back([&, t] {
+            for (int32_t i = 0; i < 400; ++i) {
+                const double r = 255.0 * ((i * 7 + t) % 5) / 4.0, g = 255.0 * ((i / 5 + t) % 5) / 4.0,
+                             b = 255.0 * (i / 25 % 5) / 4.0;
+                const TKVector at = link->Trafo(TKVector({r, g, b}, kRGB));
+                if (std::fabs(at[0] - (100.0 - r / 2.55)) > 0.01) wrong.fetch_add(1);
+            }
+        });
+    for (auto& thread : threads) thread.join();
+    EXPECT_EQ(wrong.load(), 0);
+    EXPECT_TRUE(link->IsComplete());  // every node of the 5^3 grid was a corner of some pixel
+    EXPECT_EQ(complement->calls.load(), 125);
+    EXPECT_EQ(link->GetMainTrafo(), nullptr);
+    EXPECT_EQ(complement->RefCount(), 1);
+    complement->Release();
 }
