@@ -531,7 +531,7 @@ void TKDataBase::Load(const TKFileSpec& spec) {
 
 // Sorting ------------------------------------------------------------------------------------
 
-int TKSortDB::Compare(int32_t i, int32_t j) const {
+int TKSortDB::Compare(int32_t i, int32_t j) {
     TKString a = fBase.Key(i);
     TKString b = fBase.Key(j);
     int32_t na = a.ToInt();
@@ -540,7 +540,7 @@ int TKSortDB::Compare(int32_t i, int32_t j) const {
     return a.Compare(b.CString());
 }
 
-int TKSortDBBySubDBKey::Compare(int32_t i, int32_t j) const {
+int TKSortDBBySubDBKey::Compare(int32_t i, int32_t j) {
     TKRefPtr<TKDataBase> a = fBase.SubBaseAt(i);
     TKRefPtr<TKDataBase> b = fBase.SubBaseAt(j);
     if (a.Get() == b.Get()) return 0;
@@ -549,35 +549,4 @@ int TKSortDBBySubDBKey::Compare(int32_t i, int32_t j) const {
     TKString va = a->GetString(fPath.CString(), "");
     TKString vb = b->GetString(fPath.CString(), "");
     return va.Compare(vb.CString());
-}
-
-void TKSortDB::Sort(int32_t first, int32_t last) {
-    if (last < first) last = Count() - 1;
-    if (first < 0 || last < first) return;
-    bool sorted = true;
-    for (int32_t i = first; i < last && sorted; ++i) sorted = Compare(i, i + 1) <= 0;
-    if (sorted) return;
-    // Quicksort by indices: the pivot's index follows its element when a swap moves it, so the
-    // comparisons always see the pivot element itself.
-    while (first < last) {
-        int32_t pivot = first + (last - first) / 2;
-        int32_t left = first;
-        int32_t right = last;
-        while (left <= right) {
-            while (Compare(left, pivot) < 0) ++left;
-            while (Compare(pivot, right) < 0) --right;
-            if (left > right) break;
-            if (left != right) {
-                Swap(left, right);
-                if (pivot == left)
-                    pivot = right;
-                else if (pivot == right)
-                    pivot = left;
-            }
-            ++left;
-            --right;
-        }
-        if (first < right) Sort(first, right);
-        first = left;
-    }
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "foundation/TKObject.h"
+#include "foundation/TKSort.h"
 #include "foundation/TKString.h"
 
 class TKDataBase;
@@ -108,24 +109,26 @@ private:
 };
 
 // Sorters of data base entries, used by TKDataBase::Sort and SortBySubKey.
-class TKSortDB {
+class TKSortDB : public TKSortClass {
 public:
     explicit TKSortDB(TKDataBase& base) : fBase(base) {}
-    virtual ~TKSortDB() = default;
-    virtual int32_t Count() const { return fBase.Count(); }
-    virtual int Compare(int32_t i, int32_t j) const;
-    virtual void Swap(int32_t i, int32_t j) { fBase.SwapEntries(i, j); }
-    // Unstable quicksort by indices; a range that is already in order is left untouched.
-    void Sort(int32_t first = 0, int32_t last = -1);
+    int32_t Count() override { return fBase.Count(); }
+    // By the integer value of the keys; on a tie by the keys as text.
+    int Compare(int32_t i, int32_t j) override;
+    void Swap(int32_t i, int32_t j) override { fBase.SwapEntries(i, j); }
+    // The index sort of the containers: not stable, no swap when already in order.
+    void Sort(int32_t first = 0, int32_t last = -1) { ::Sort(*this, first, last); }
 
 protected:
     TKDataBase& fBase;
 };
 
+// By the value that a path has in each entry's sub base: equal bases are equal, a missing sub
+// base sorts first, the values compare as text.
 class TKSortDBBySubDBKey : public TKSortDB {
 public:
     TKSortDBBySubDBKey(TKDataBase& base, const char* path) : TKSortDB(base), fPath(path) {}
-    int Compare(int32_t i, int32_t j) const override;
+    int Compare(int32_t i, int32_t j) override;
 
 private:
     TKString fPath;

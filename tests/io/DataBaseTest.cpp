@@ -262,6 +262,9 @@ TEST(DataBaseSort, RandomKeysEndInOrder) {
     for (int i = 0; i < 500; ++i) base->Add(TKString::Format("%d", int(random() % 200)), "");
     base->Sort();
     for (int32_t i = 1; i < base->Count(); ++i) EXPECT_LE(base->Key(i - 1).ToInt(), base->Key(i).ToInt());
+    TKDataBase empty;
+    empty.Sort();
+    EXPECT_EQ(empty.Count(), 0);
 }
 
 TEST(DataBaseSort, BySubBaseValue) {
