@@ -270,8 +270,6 @@ void TKLinkGenericTrafo::UpdateStageRanges() {
         fGridOutMin = fDstMin;
         fGridOutMax = fDstMax;
     }
-    // Without a grid trafo, the default node copies positions: both sides share one scale.
-    if (fGridOutMin.GetDim() != fDstDim && !fOutTrafo) TKThrow(DimMismatch);
 }
 
 void TKLinkGenericTrafo::SetTrafos(TKTrafo* inTrafo, TKTrafo* mainTrafo, TKTrafo* outTrafo, TKProgress* progress) {

@@ -1,6 +1,8 @@
 // TKLinkGenericTrafo: a device link that is itself a trafo. It cuts a trafo into front curves, a
 // grid and back curves, bakes them into the tables of TKLinkGeneric, and evaluates colours and
 // pixels through those tables.
+// Cast("TKLinkGenericTrafo") answers the address of this class; reach the table model from it
+// (a TKLinkGenericTrafo* converts to TKLinkGeneric*), never by reading that address as the base.
 #pragma once
 
 #include "link/TKLinkGeneric.h"
