@@ -8,6 +8,7 @@
 
 #include "numeric/TKCurveLinearizationMath.h"
 #include "numeric/TKNumberText.h"
+#include "io/TKStream.h"
 
 namespace {
 constexpr double kIdentityTolerance = 1e-08;
@@ -210,6 +211,16 @@ int32_t TKCurveLinearization::FromText(const char* text, int32_t length, int32_t
     int32_t status = samples.FromText(text, length, consumed);
     if (status == 0) SetSamples(samples);
     return status;
+}
+
+int32_t TKCurveLinearization::Read(TKStream& stream) {
+    const TKString text = TKReadTextBlock(stream, "END_DATA");
+    return FromText(text.CString(), text.Length());
+}
+
+void TKCurveLinearization::Write(TKStream& stream, const char* format) const {
+    const TKString text = ToText(format);
+    stream.Write(text.CString(), size_t(text.Length()));
 }
 
 double TKCurveLinearization::EvalParametric(int32_t functionType, const TKVector& params, double x) {

@@ -10,6 +10,7 @@
 #include "foundation/TKString.h"
 #include "numeric/TKVector.h"
 
+class TKStream;
 class TKTrafo;
 
 class TKCurveLinearization : public TKObject {
@@ -90,6 +91,10 @@ public:
     // Reads the text form back. Returns 0 or EOFReached like TKVector::FromText; FormatErr for
     // malformed text.
     int32_t FromText(const char* text, int32_t length, int32_t* consumed = nullptr);
+
+    // The text form through a stream; Read stops right after "END_DATA".
+    int32_t Read(TKStream& stream);
+    void Write(TKStream& stream, const char* format = nullptr) const;
 
     // The ICC parametric function at x in 0..1, unclipped. OutOfRange for x outside 0..1 or a
     // type outside 0..4; ArgErr for too few parameters.

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <limits>
 
+#include "io/TKBuffer.h"
 #include "numeric/TKCurveLinearization.h"
 #include "numeric/TKCurveLinearizationMath.h"
 #include "numeric/TKMatrixTrafo.h"
@@ -467,6 +468,21 @@ TEST(CurveText, RoundTripsTablesGammasAndNamedCurves) {
         EXPECT_FALSE(read.GetSamples().Differs(original.GetSamples()));
     }
     EXPECT_STREQ(Gamma(-4.0).ToText().CString(), "DIM -4\nTYPE 0\nBEGIN_DATA\n\nEND_DATA\n");
+}
+
+TEST(CurveText, StreamHoldsSeveralCurvesInARow) {
+    TKBuffer buffer;
+    Gamma(TKCurveLinearization::kYToLStar).Write(buffer);
+    Table({0.0, 0.3, 1.0}).Write(buffer, "%.17g");
+    buffer.Seek(0, kSeekStart);
+    TKCurveLinearization first, second;
+    EXPECT_EQ(first.Read(buffer), 0);
+    EXPECT_EQ(second.Read(buffer), 0);
+    EXPECT_EQ(first.GetLength(), TKCurveLinearization::kYToLStar);
+    EXPECT_EQ(second.GetLength(), 3);
+    EXPECT_DOUBLE_EQ(second.Apply(0.5), 0.3);
+    TKCurveLinearization third;
+    EXPECT_EQ(third.Read(buffer), EOFReached);
 }
 
 TEST(CurveText, MalformedTextIsFormatErr) {
