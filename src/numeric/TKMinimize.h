@@ -14,7 +14,8 @@ class TKMinimize : public TKObject {
     TK_DECLARE_CLASS(TKMinimize, TKObject)
 public:
     // The error function is kept counted when it is a TKObject; otherwise it must outlive the
-    // minimizer.
+    // minimizer. An object that is its own error function should make its minimizer for the
+    // length of a search, not keep it as a member: the two would hold each other alive.
     explicit TKMinimize(TKErrorFunc* errorFunc);
     ~TKMinimize() noexcept override;
 
