@@ -2,6 +2,7 @@
 #include "numeric/TKErrorFunc.h"
 
 #include <cmath>
+#include <cstdint>
 
 TKErrorFunc::~TKErrorFunc() = default;
 
@@ -16,7 +17,9 @@ TKMatrixErrorFunc::~TKMatrixErrorFunc() noexcept {}
 double TKMatrixErrorFunc::Error(const TKVector& x, TKVector& out) {
     const int32_t rows = fSource.GetHeight();
     const int32_t width = fTarget.GetWidth();
-    out = TKVector(int32_t(int64_t(rows) * width));
+    const int64_t residuals = int64_t(rows) * width;
+    if (residuals > INT32_MAX) TKThrowMsg(ArgErr, "too many residuals for one vector");
+    out = TKVector(int32_t(residuals));
     if (rows == 0) return 0.0;
     double sum = 0.0;
     for (int32_t r = 0; r < rows; ++r) {
