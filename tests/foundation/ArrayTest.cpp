@@ -118,3 +118,22 @@ TEST(Array, MinimumGrowth) {
     EXPECT_EQ(a.Capacity(), 130);  // doubling adds 66 > 64
     EXPECT_EQ(a[64], 0.0);
 }
+
+TEST(Array, CountedElementsKeepTheirCountsThroughSharingAndDetach) {
+    auto* object = new TKObject;
+    {
+        TKArray<TKRefPtr<TKObject>> a;
+        a.Add(TKRefPtr<TKObject>(object, false));
+        EXPECT_EQ(object->RefCount(), 2);
+        TKArray<TKRefPtr<TKObject>> b = a;  // shares the block: no new count
+        EXPECT_EQ(object->RefCount(), 2);
+        b.Add(TKRefPtr<TKObject>(object, false));  // detaches: the copied element counts too
+        EXPECT_EQ(object->RefCount(), 4);
+        b.Remove(0);
+        EXPECT_EQ(object->RefCount(), 3);
+        a.Clear();
+        EXPECT_EQ(object->RefCount(), 2);
+    }
+    EXPECT_EQ(object->RefCount(), 1);
+    object->Release();
+}
