@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "color/TKCIEConverter.h"
 #include "color/TKColors.h"
 #include "foundation/TKError.h"
 #include "io/TKStreamTools.h"
@@ -35,9 +36,14 @@ TKVector TKICCXYZTag::GetXYZ() {
 }
 
 void TKICCXYZTag::SetXYZ(const TKVector& colour) {
-    if (colour.GetType() != 0 && colour.GetType() != int32_t(TKXYZSpace)) TKThrow(ColorErr);
     if (colour.GetDim() < 3) TKThrow(DimMismatch);
-    double values[3] = {colour[0], colour[1], colour[2]};
+    TKVector xyz = colour;
+    if (colour.GetType() != 0 && colour.GetType() != int32_t(TKXYZSpace)) {
+        // Other colour types convert to XYZ with Y = 100 for white; the tag stores Y = 1.
+        xyz = ConvertColor(TKXYZSpace, colour);
+        xyz.Multiply(0.01);
+    }
+    double values[3] = {xyz[0], xyz[1], xyz[2]};
     SetHostBlock(FixedBlock(values, 3));
 }
 

@@ -12,8 +12,8 @@ public:
     explicit TKICCXYZTag(uint32_t signature = 0) : TKICCTag(TKICCSig("XYZ "), signature) {}
     // Without a block, the D50 white in unit scale. InvalidICCTag below 12 bytes.
     virtual TKVector GetXYZ();
-    // Takes an "XYZ " colour (or one without a type) in the same unit scale; other colour types
-    // are ColorErr, since the tag stores XYZ only.
+    // Takes an "XYZ " colour (or one without a type) in the tag's unit scale; a colour of another
+    // CIE type is converted to XYZ first (Y = 100 for white there, so scaled by 0.01).
     virtual void SetXYZ(const TKVector& colour);
     void SwapBytes() override;
     void Dump(TKStream& stream) override;
