@@ -1,4 +1,5 @@
 // Determinant and inverse of square matrices: closed forms up to 3 x 3, Gauss-Jordan above.
+#include <algorithm>
 #include <cmath>
 #include <utility>
 #include <vector>
@@ -6,17 +7,21 @@
 #include "numeric/TKMatrix.h"
 
 namespace {
-// Row of the largest absolute value in `column` at or below `from`.
-int32_t PivotRow(const TKMatrix& m, int32_t column, int32_t from) {
-    int32_t best = from;
-    for (int32_t r = from + 1; r < m.GetHeight(); ++r)
-        if (std::fabs(m(r, column)) > std::fabs(m(best, column))) best = r;
-    return best;
-}
-
-void SwapRows(TKMatrix& m, int32_t a, int32_t b) {
-    for (int32_t c = 0; c < m.GetWidth(); ++c) std::swap(m(a, c), m(b, c));
-}
+// Row-major square work block of a matrix, written through raw pointers in the inner loops.
+struct Square {
+    explicit Square(TKMatrix& m) : n(m.GetHeight()), v(m.MutableValues()) {}
+    double* Row(int32_t r) const { return v + int64_t(r) * n; }
+    // Row of the largest absolute value in `column` at or below `from`.
+    int32_t PivotRow(int32_t column, int32_t from) const {
+        int32_t best = from;
+        for (int32_t r = from + 1; r < n; ++r)
+            if (std::fabs(Row(r)[column]) > std::fabs(Row(best)[column])) best = r;
+        return best;
+    }
+    void SwapRows(int32_t a, int32_t b) const { std::swap_ranges(Row(a), Row(a) + n, Row(b)); }
+    int32_t n;
+    double* v;
+};
 
 // 2 x 2 and 3 x 3 cofactors over the determinant; false when the determinant is exactly 0.
 bool ClosedFormInverse(const TKMatrix& a, TKMatrix& result) {
@@ -52,37 +57,40 @@ bool ClosedFormInverse(const TKMatrix& a, TKMatrix& result) {
 // elimination goes on; otherwise the function reports failure.
 bool GaussJordanInverse(const TKMatrix& source, TKMatrix& result, bool zeroRows) {
     int32_t n = source.GetHeight();
-    TKMatrix a(source);
+    TKMatrix copy(source);
     result = TKMatrix::Identity(n, source.GetType());
+    Square a(copy), inv(result);
     std::vector<int32_t> singular;
     for (int32_t i = 0; i < n; ++i) {
-        int32_t p = PivotRow(a, i, i);
-        if (a(p, i) == 0.0) {
+        int32_t p = a.PivotRow(i, i);
+        if (a.Row(p)[i] == 0.0) {
             if (!zeroRows) return false;
             singular.push_back(i);
             continue;
         }
         if (p != i) {
-            SwapRows(a, p, i);
-            SwapRows(result, p, i);
+            a.SwapRows(p, i);
+            inv.SwapRows(p, i);
         }
-        double pivot = a(i, i);
+        double* pivotRow = a.Row(i);
+        double* pivotInv = inv.Row(i);
+        double pivot = pivotRow[i];
         for (int32_t c = 0; c < n; ++c) {
-            a(i, c) /= pivot;
-            result(i, c) /= pivot;
+            pivotRow[c] /= pivot;
+            pivotInv[c] /= pivot;
         }
         for (int32_t r = 0; r < n; ++r) {
-            if (r == i) continue;
-            double f = a(r, i);
-            if (f == 0.0) continue;
+            double f = a.Row(r)[i];
+            if (r == i || f == 0.0) continue;
+            double* row = a.Row(r);
+            double* rowInv = inv.Row(r);
             for (int32_t c = 0; c < n; ++c) {
-                a(r, c) -= f * a(i, c);
-                result(r, c) -= f * result(i, c);
+                row[c] -= f * pivotRow[c];
+                rowInv[c] -= f * pivotInv[c];
             }
         }
     }
-    for (int32_t row : singular)
-        for (int32_t c = 0; c < n; ++c) result(row, c) = 0.0;
+    for (int32_t row : singular) std::fill(inv.Row(row), inv.Row(row) + n, 0.0);
     return true;
 }
 }  // namespace
@@ -104,22 +112,24 @@ TKMatrix TKMatrix::Inverse(int32_t mode) const {
 double TKMatrix::Determinant() const {
     if (fHeight != fWidth) TKThrow(DimMismatch);
     if (IsEmpty()) return 1.0;  // the empty product
-    TKMatrix a(*this);
-    int32_t n = fHeight;
+    TKMatrix copy(*this);
+    Square a(copy);
     double det = 1.0;
-    for (int32_t i = 0; i < n; ++i) {
-        int32_t p = PivotRow(a, i, i);
-        if (a(p, i) == 0.0) return 0.0;
+    for (int32_t i = 0; i < a.n; ++i) {
+        int32_t p = a.PivotRow(i, i);
+        if (a.Row(p)[i] == 0.0) return 0.0;
         if (p != i) {
-            SwapRows(a, p, i);
+            a.SwapRows(p, i);
             det = -det;
         }
-        double pivot = a(i, i);
+        const double* pivotRow = a.Row(i);
+        double pivot = pivotRow[i];
         det *= pivot;
-        for (int32_t r = i + 1; r < n; ++r) {
-            double f = a(r, i) / pivot;
+        for (int32_t r = i + 1; r < a.n; ++r) {
+            double* row = a.Row(r);
+            double f = row[i] / pivot;
             if (f == 0.0) continue;
-            for (int32_t c = i; c < n; ++c) a(r, c) -= f * a(i, c);
+            for (int32_t c = i; c < a.n; ++c) row[c] -= f * pivotRow[c];
         }
     }
     return det;
