@@ -1,6 +1,7 @@
 // LUT tag bodies: layout checks, byte swapping and table access of "mft1", "mft2", "mAB ", "mBA ".
 #include "icc/TKICCLutTags.h"
 
+#include <cstdlib>
 #include <cstring>
 
 #include "foundation/TKError.h"
@@ -238,6 +239,71 @@ void TKICCLutTag::Dump(TKStream& stream) {
         for (int32_t i = 0; i < outEntries; ++i) TKWriteFormat(&stream, "\t%d", int(GetOutputCurvePoint(c, i)));
         TKWriteText(&stream, "\n");
     }
+}
+
+namespace {
+
+// Reads the numbers of the dump text one after another, starting behind a key.
+class DumpReader {
+public:
+    explicit DumpReader(const TKString& text) : fText(text.CString()) {}
+    void Seek(const char* key) {
+        const char* at = std::strstr(fText, key);
+        if (!at) TKThrowMsg(FormatErr, key);
+        fAt = at + std::strlen(key);
+    }
+    double Number() {
+        char* end = nullptr;
+        double v = std::strtod(fAt, &end);
+        if (end == fAt) TKThrow(FormatErr);
+        fAt = end;
+        return v;
+    }
+    int32_t Integer(int32_t lo, int32_t hi) {
+        double v = Number();
+        if (!(v >= lo && v <= hi)) TKThrow(FormatErr);
+        return int32_t(v);
+    }
+
+private:
+    const char* fText;
+    const char* fAt = nullptr;
+};
+
+}  // namespace
+
+void TKICCLutTag::SetFromText(const TKString& text) {
+    RequireLutType();
+    DumpReader reader(text);
+    auto header = [&reader](const char* key, int32_t lo, int32_t hi) {
+        reader.Seek(key);
+        return reader.Integer(lo, hi);
+    };
+    int32_t in = header("Input channels:", 1, 15);
+    int32_t out = header("Output channels:", 1, 15);
+    int32_t inEntries = header("Input curve length:", 2, 4096);
+    int32_t outEntries = header("Output curve length:", 2, 4096);
+    int32_t grid = header("Grid size:", 2, 255);
+    if (IsLut8())
+        SetupLut8(in, out, grid);
+    else
+        SetupLut16(in, out, inEntries, outEntries, grid);
+    reader.Seek("Matrix:");
+    TKMatrix matrix(3, 3);
+    for (int i = 0; i < 9; ++i) matrix(i / 3, i % 3) = reader.Number();
+    SetMatrix(matrix);
+    reader.Seek("InputCurves:");
+    for (int32_t c = 0; c < in; ++c)
+        for (int32_t i = 0; i < GetInputEntries(); ++i) SetInputCurvePoint(c, i, uint16_t(reader.Integer(0, 0xFFFF)));
+    reader.Seek("LUT:");
+    std::vector<uint16_t> node(static_cast<size_t>(out));
+    for (uint64_t n = 0, nodes = GridNodes(); n < nodes; ++n) {
+        for (uint16_t& v : node) v = uint16_t(reader.Integer(0, 0xFFFF));
+        SetGridPoint(int64_t(n), node.data());
+    }
+    reader.Seek("OutputCurves:");
+    for (int32_t c = 0; c < out; ++c)
+        for (int32_t i = 0; i < GetOutputEntries(); ++i) SetOutputCurvePoint(c, i, uint16_t(reader.Integer(0, 0xFFFF)));
 }
 
 TKString TKICCLutTag::GetSummary() {

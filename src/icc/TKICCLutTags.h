@@ -38,6 +38,9 @@ public:
 
     void SwapBytes() override;
     void Dump(TKStream& stream) override;
+    // Reads the text of Dump back into a new block of this tag's type; FormatErr when a key or
+    // a number is missing.
+    void SetFromText(const TKString& text) override;
     TKString GetSummary() override;
 
 private:

@@ -159,6 +159,26 @@ TEST(ICCLutTags, BuiltTablesAndTheirChecks) {
     EXPECT_EQ(Written(*truncated).size(), 56u);
 }
 
+TEST(ICCLutTags, DumpTextReadsBack) {
+    auto lut = TKMakeRef<TKICCLutTag>(TKICCSig("mft2"), TKICCSig("A2B0"));
+    lut->SetupLut16(2, 3, 4, 2, 3);
+    for (int32_t n = 0; n < 9; ++n) {
+        uint16_t node[3] = {uint16_t(n * 7000), uint16_t(65535 - n), uint16_t(n)};
+        lut->SetGridPoint(n, node);
+    }
+    lut->SetInputCurvePoint(1, 3, 0xFFFF);
+    lut->SetOutputCurvePoint(2, 1, 4242);
+    TKMatrix m = TKMatrix::Identity(3);
+    m(2, 0) = -0.5;
+    lut->SetMatrix(m);
+    TKBuffer dump;
+    lut->Dump(dump);
+    auto back = TKMakeRef<TKICCLutTag>(TKICCSig("mft2"), TKICCSig("A2B0"));
+    back->SetFromText(dump.ToString());
+    EXPECT_EQ(Written(*back), Written(*lut));
+    EXPECT_TKERROR(back->SetFromText("Input channels: 2\n"), FormatErr);
+}
+
 TEST(ICCLutTags, FourStageLutSwapsEveryStage) {
     Bytes body = MABBody();
     ASSERT_EQ(body.size(), 272u);
