@@ -11,6 +11,7 @@
 #include "io/TKFile.h"
 #include "io/TKFileKinds.h"
 #include "io/TKFileSystem.h"
+#include "io/TKIterateDir.h"
 #include "io/TKBinaryReader.h"
 #include "io/TKXStream.h"
 #include "support/TestSupport.h"
@@ -58,6 +59,19 @@ TEST_F(FileTest, OpeningAMissingFileQuietlyOrLoudly) {
     } catch (const TKError& e) {
         EXPECT_EQ(std::string(e.message()).rfind("FileNotOpen (for writing, errno=2): ", 0), 0u);
     }
+}
+
+TEST_F(FileTest, NonASCIIPathsWork) {
+    const std::string name = "Farbr\xC3\xA4ume \xE6\x97\xA5\xE6\x9C\xAC.icc";
+    Make(name, "profile");
+    const TKFileSpec spec = Spec(name);
+    EXPECT_TRUE(FileExists(spec));
+    EXPECT_STREQ(spec.Name().CString(), name.c_str());
+    TKFile file(spec);
+    EXPECT_EQ(file.Length(), 7);
+    TKIterateDirGetFiles walk;
+    ASSERT_EQ(walk.GetFiles(Spec("")).Count(), 1);
+    EXPECT_STREQ(walk.Files()[0].Name().CString(), name.c_str());
 }
 
 TEST_F(FileTest, EmptyPathAndFolders) {
