@@ -243,6 +243,11 @@ void TKCIEConverter::ToXYZ(const TKVector& colour, double xyz[3]) const {
         case TKLcsSpace: LcsModel().Inverse(v, xyz); return;
         case TKKelvinSpace: {
             // The black body of that temperature, seen by the observer, at the white's luminance.
+            // A temperature of 0 stands for "none" (what a black gives) and maps back to black.
+            if (!(v[0] > 0.0)) {
+                xyz[0] = xyz[1] = xyz[2] = 0.0;
+                return;
+            }
             const TKVector body = GetBlackBodySpectrum(v[0]);
             TKVector equal(kTKSpectralChannels, int32_t(TKEmisSpace), 1.0);
             SpectrumToXYZ(body, equal, fObserver, xyz);

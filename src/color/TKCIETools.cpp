@@ -3,6 +3,7 @@
 #include "color/TKCIETools.h"
 
 #include <cmath>
+#include <cstring>
 
 #include "color/TKSpectralTables.h"
 
@@ -15,6 +16,19 @@ const double kTKWhiteC[3] = {98.07, 100.0, 118.23};
 const double kTKWhiteF2[3] = {99.19, 100.0, 67.4};
 const double kTKWhiteF7[3] = {95.04, 100.0, 108.76};
 const double kTKWhiteF11[3] = {100.97, 100.0, 64.37};
+
+const double* GetStoredWhite(const char* name) {
+    static const struct {
+        const char* name;
+        const double* white;
+    } kWhites[] = {{"D50", kTKWhiteD50}, {"D55", kTKWhiteD55}, {"D65", kTKWhiteD65}, {"D75", kTKWhiteD75},
+                   {"A", kTKWhiteA},     {"C", kTKWhiteC},     {"F2", kTKWhiteF2},   {"F7", kTKWhiteF7},
+                   {"F11", kTKWhiteF11}};
+    if (!name) return nullptr;
+    for (const auto& w : kWhites)
+        if (!std::strcmp(name, w.name)) return w.white;
+    return nullptr;
+}
 
 const TKMat3 kTKCAT02{{0.7328, 0.4296, -0.1624, -0.7036, 1.6975, 0.0061, 0.003, 0.0136, 0.9834}};
 const TKMat3 kTKHPEFromCAT02{

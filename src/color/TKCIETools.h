@@ -24,6 +24,8 @@ extern const double kTKWhiteC[3];
 extern const double kTKWhiteF2[3];
 extern const double kTKWhiteF7[3];
 extern const double kTKWhiteF11[3];
+// The stored white of a name ("D50", "D55", "D65", "D75", "A", "C", "F2", "F7", "F11"), or null.
+const double* GetStoredWhite(const char* name);
 
 void XYZToLab(const double xyz[3], const double white[3], double lab[3]);
 void LabToXYZ(const double lab[3], const double white[3], double xyz[3]);

@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <string>
 #include <vector>
 
@@ -111,13 +112,11 @@ bool ReadWhite(const char* text, TKVector& result) {
         result = TKVector({100.0 * x / y, 100.0, 100.0 * (1.0 - x - y) / y}, xyz);
         return true;
     }
-    static const struct {
-        const char* name;
-        const double* white;
-    } kWhites[] = {{"A", kTKWhiteA}, {"C", kTKWhiteC}, {"F2", kTKWhiteF2}, {"F7", kTKWhiteF7}, {"F11", kTKWhiteF11}};
-    for (const auto& w : kWhites) {
-        if (!std::strcmp(text, w.name)) {
-            result = TKVector({w.white[0], w.white[1], w.white[2]}, xyz);
+    // The daylight whites come from the formula above; the others are the stored constants.
+    for (const char* name : {"A", "C", "F2", "F7", "F11"}) {
+        if (!std::strcmp(text, name)) {
+            const double* w = GetStoredWhite(name);
+            result = TKVector({w[0], w[1], w[2]}, xyz);
             return true;
         }
     }

@@ -56,6 +56,7 @@ TEST(CIEConversion, DegenerateInputs) {
     ExpectNear3(ConvertColor(TKYxySpace, XYZ(0, 0, 0)), 0.0, 1.0 / 3.0, 1.0 / 3.0, 0.0);
     ExpectNear3(ConvertColor(TKYuvSpace, XYZ(0, 0, 0)), 0.0, 1.0 / 3.0, 1.0 / 3.0, 0.0);
     EXPECT_EQ(ConvertColor(TKKelvinSpace, XYZ(0, 0, 0))[0], 0.0);
+    ExpectNear3(ConvertColor(TKXYZSpace, TKVector({0.0}, int32_t(TKKelvinSpace))), 0.0, 0.0, 0.0, 0.0);
     // Densities are limited to 4 units, not infinite.
     const TKVector dens = ConvertColor(TKCMYKDensSpace, XYZ(0, 0, 0));
     EXPECT_NEAR(dens[0], 4.0, 1e-12);
@@ -140,6 +141,17 @@ TEST(CIEConversion, KelvinToXYZLiesOnThePlanckianLocus) {
         // Sampling at 10 nm from 380 to 730 nm moves the chromaticity a little.
         EXPECT_NEAR(ConvertColor(TKKelvinSpace, xyz)[0], t, t * 0.003);
     }
+}
+
+TEST(CIEConversion, StoredWhites) {
+    // Stored rounded, as the engine has always used them; D55 keeps its 96.68.
+    EXPECT_EQ(GetStoredWhite("D55")[0], 96.68);
+    EXPECT_EQ(GetStoredWhite("D55")[2], 92.15);
+    EXPECT_EQ(GetStoredWhite("D50")[2], 82.49);
+    EXPECT_EQ(GetStoredWhite("F11")[0], 100.97);
+    EXPECT_EQ(GetStoredWhite("D75")[1], 100.0);
+    EXPECT_EQ(GetStoredWhite("D93"), nullptr);
+    EXPECT_EQ(GetStoredWhite(nullptr), nullptr);
 }
 
 TEST(CIEConversion, AdaptationMatrices) {
