@@ -1,5 +1,6 @@
 // TKMatrix: storage, products, inverse, determinant, SVD and pseudo-inverse, text forms.
 // The algorithms are checked by their defining identities rather than by stored numbers.
+#include "io/TKBuffer.h"
 #include "numeric/TKMatrix.h"
 #include "numeric/NumericTestSupport.h"
 #include "support/TestSupport.h"
@@ -254,4 +255,48 @@ TEST(Matrix, TextForms) {
     EXPECT_TKERROR(read("BEGIN_DATA END_DATA"), FormatErr);
     EXPECT_TKERROR(c.FromCompactString("99999999999 99999999999 0"), FormatErr);
     EXPECT_TKERROR(c.FromCompactString("2 2 0 1 2 3"), FormatErr);
+}
+
+TEST(Matrix, GarbledTextFailsCleanly) {
+    const std::string valid = "Width 2\nHeight 2\nBEGIN_DATA\n1 2\n3 4\nEND_DATA\n";
+    const std::string compact = "2 2 9 1.5 -2 0 4 ";
+    std::mt19937 rng(11);
+    const char alphabet[] = "WidthHeightBEGIN_DATA#0123456789.-+eE \n\t";
+    for (int round = 0; round < 2000; ++round) {
+        std::string text = round % 2 ? valid : compact;
+        for (int k = 0; k < 3; ++k) {
+            size_t at = rng() % text.size();
+            if (rng() % 2) text[at] = alphabet[rng() % (sizeof alphabet - 1)];
+            else text.insert(at, std::string(1 + rng() % 12, alphabet[rng() % (sizeof alphabet - 1)]));
+        }
+        TKMatrix m;
+        try {
+            if (round % 2) m.FromText(text.data(), int32_t(text.size()));
+            else m.FromCompactString(text.c_str());
+        } catch (const TKError& e) {
+            EXPECT_EQ(e.code(), FormatErr);
+        }
+    }
+}
+
+TEST(Matrix, StreamsCarrySeveralBlocks) {
+    // A vector and a matrix written one after the other are read back in turn, each Read
+    // stopping right behind its own block.
+    TKBuffer buffer;
+    TKVector v({1.25, -3.0}, 5);
+    TKMatrix m = FromRows(1, 3, {7, 8, 9});
+    v.Write(buffer, "%.3f");
+    m.Write(buffer);
+    v.Write(buffer);
+    buffer.Seek(0, kSeekStart);
+    TKVector v1, v2;
+    TKMatrix m1;
+    EXPECT_EQ(v1.Read(buffer), 0);
+    EXPECT_EQ(m1.Read(buffer), 0);
+    EXPECT_EQ(v2.Read(buffer), 0);
+    EXPECT_EQ(v1, v);
+    EXPECT_EQ(v1.GetType(), 5);
+    EXPECT_EQ(m1, m);
+    EXPECT_EQ(v2, v);
+    EXPECT_EQ(TKVector().Read(buffer), EOFReached);
 }
