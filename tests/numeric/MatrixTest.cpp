@@ -187,6 +187,27 @@ TEST(Matrix, SvdReconstructs) {
     }
 }
 
+TEST(Matrix, SvdOfSpecialMatrices) {
+    TKMatrix u, v;
+    TKVector s;
+    TKMatrix(3, 2).SVD(u, s, v);
+    EXPECT_EQ(s, TKVector(2));
+    EXPECT_TRUE((v.Transpose() * v).IsIdentity(1e-15));
+    TKMatrix::Identity(4).SVD(u, s, v);
+    EXPECT_EQ(s, TKVector(4, 0, 1.0));
+    TKMatrix(TKVector({-3.0})).SVD(u, s, v);
+    EXPECT_EQ(s, TKVector({3.0}));  // the sign moves into v
+    EXPECT_DOUBLE_EQ(u(0, 0) * s[0] * v(0, 0), -3.0);
+    // Larger and with a repeated singular value: two equal columns scaled.
+    TKMatrix big = Random(30, 20, 99);
+    big.SetColumn(19, big.GetColumn(18));
+    big.SVD(u, s, v);
+    TKMatrix ws(20, 20);
+    for (int i = 0; i < 20; ++i) ws(i, i) = s[i];
+    EXPECT_LT(MaxAbsDifference(u * ws * v.Transpose(), big), 1e-10);
+    EXPECT_NEAR(s.Min(), 0.0, 1e-12);  // rank 19
+}
+
 TEST(Matrix, SvdKnownSingularValues) {
     // [[3, 2, 2], [2, 3, -2]] has singular values 5 and 3 (a standard textbook example).
     TKMatrix u, v;
