@@ -7,8 +7,6 @@
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
-
 // The post-adaptation compression of one cone response, symmetric for negative responses.
 double Compress(double r, double fl) {
     const double t = std::pow(fl * std::fabs(r) / 100.0, 0.42);
@@ -66,9 +64,9 @@ void TKCIECAM02::Forward(const double xyz[3], double jch[3]) const {
 
     const double a = ra[0] - 12.0 * ra[1] / 11.0 + ra[2] / 11.0;
     const double b = (ra[0] + ra[1] - 2.0 * ra[2]) / 9.0;
-    double h = std::atan2(b, a) * 180.0 / kPi;
+    double h = std::atan2(b, a) * 180.0 / kTKPi;
     if (h < 0.0) h += 360.0;
-    const double et = 0.25 * (std::cos(h * kPi / 180.0 + 2.0) + 3.8);
+    const double et = 0.25 * (std::cos(h * kTKPi / 180.0 + 2.0) + 3.8);
     const double achromatic = Achromatic(ra, fNbb);
     const double j = achromatic > 0.0 ? 100.0 * std::pow(achromatic / fAw, fC * fZ) : 0.0;
     const double denom = ra[0] + ra[1] + 21.0 / 20.0 * ra[2];
@@ -79,7 +77,7 @@ void TKCIECAM02::Forward(const double xyz[3], double jch[3]) const {
 }
 
 void TKCIECAM02::Inverse(const double jch[3], double xyz[3]) const {
-    const double j = jch[0], c = jch[1], hr = jch[2] * kPi / 180.0;
+    const double j = jch[0], c = jch[1], hr = jch[2] * kTKPi / 180.0;
     if (j <= 0.0) {
         xyz[0] = xyz[1] = xyz[2] = 0.0;
         return;

@@ -36,9 +36,6 @@ const TKMat3 kTKHPEFromCAT02{
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
-constexpr double kDegree = kPi / 180.0;
-
 double LabF(double r) { return r > kTKLabEpsilon ? std::cbrt(r) : r * kTKLabK1 + kTKLabK2; }
 double LabG(double v) { return v > kTKLabT ? v * v * v : (v - kTKLabK2) * kTKLabK3; }
 
@@ -170,7 +167,7 @@ void XYZNToXYZ(const double xyzn[3], const double white[3], double xyz[3]) {
 
 void RectToPolar(const double rect[3], double polar[3]) {
     const double a = rect[1], b = rect[2];
-    double h = std::atan2(b, a) / kDegree;
+    double h = std::atan2(b, a) / kTKDegree;
     if (h < 0.0) h += 360.0;
     polar[0] = rect[0];
     polar[1] = std::sqrt(a * a + b * b);
@@ -178,7 +175,7 @@ void RectToPolar(const double rect[3], double polar[3]) {
 }
 
 void PolarToRect(const double polar[3], double rect[3]) {
-    const double c = polar[1], h = polar[2] * kDegree;
+    const double c = polar[1], h = polar[2] * kTKDegree;
     rect[0] = polar[0];
     rect[1] = c * std::cos(h);
     rect[2] = c * std::sin(h);

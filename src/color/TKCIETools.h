@@ -7,6 +7,9 @@
 
 #include "color/TKMat3.h"
 
+constexpr double kTKPi = 3.14159265358979323846;
+constexpr double kTKDegree = kTKPi / 180.0;  // one degree in radians
+
 // The CIELAB constants: the cube of 6/29, 841/108, 16/116, 6/29 and 108/841.
 constexpr double kTKLabEpsilon = 0.008856451679;
 constexpr double kTKLabK1 = 7.787037037037037;

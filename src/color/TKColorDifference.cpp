@@ -14,9 +14,6 @@
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
-constexpr double kDeg = kPi / 180.0;
-
 struct MethodRow {
     const char* name;
     const char* shortName;
@@ -74,8 +71,8 @@ PolarDelta Polar(const double a[3], const double b[3]) {
     double dh = 0.0;
     if (c1 > 0.0 && c2 > 0.0) {
         dh = std::atan2(a[2], a[1]) - std::atan2(b[2], b[1]);
-        if (dh > kPi) dh -= 2.0 * kPi;
-        if (dh < -kPi) dh += 2.0 * kPi;
+        if (dh > kTKPi) dh -= 2.0 * kTKPi;
+        if (dh < -kTKPi) dh += 2.0 * kTKPi;
     }
     return {a[0] - b[0], c1 - c2, 2.0 * std::sqrt(c1 * c2) * std::sin(dh / 2.0)};
 }
@@ -171,7 +168,7 @@ double DeltaE2000(const double lab1[3], const double lab2[3], double kL, double 
     const double cp2 = std::sqrt(a2 * a2 + lab2[2] * lab2[2]);
     auto hue = [](double b, double a) {
         if (a == 0.0 && b == 0.0) return 0.0;
-        const double h = std::atan2(b, a) / kDeg;
+        const double h = std::atan2(b, a) / kTKDegree;
         return h < 0.0 ? h + 360.0 : h;
     };
     const double h1 = hue(lab1[2], a1), h2 = hue(lab2[2], a2);
@@ -183,7 +180,7 @@ double DeltaE2000(const double lab1[3], const double lab2[3], double kL, double 
         if (dh > 180.0) dh -= 360.0;
         else if (dh < -180.0) dh += 360.0;
     }
-    const double dH = 2.0 * std::sqrt(cp1 * cp2) * std::sin(dh * kDeg / 2.0);
+    const double dH = 2.0 * std::sqrt(cp1 * cp2) * std::sin(dh * kTKDegree / 2.0);
     const double lMean = (lab1[0] + lab2[0]) / 2.0;
     const double cpMean = (cp1 + cp2) / 2.0;
     double hMean = h1 + h2;
@@ -192,15 +189,15 @@ double DeltaE2000(const double lab1[3], const double lab2[3], double kL, double 
         else if (h1 + h2 < 360.0) hMean = (h1 + h2 + 360.0) / 2.0;
         else hMean = (h1 + h2 - 360.0) / 2.0;
     }
-    const double t = 1.0 - 0.17 * std::cos((hMean - 30.0) * kDeg) + 0.24 * std::cos(2.0 * hMean * kDeg) +
-                     0.32 * std::cos((3.0 * hMean + 6.0) * kDeg) - 0.20 * std::cos((4.0 * hMean - 63.0) * kDeg);
+    const double t = 1.0 - 0.17 * std::cos((hMean - 30.0) * kTKDegree) + 0.24 * std::cos(2.0 * hMean * kTKDegree) +
+                     0.32 * std::cos((3.0 * hMean + 6.0) * kTKDegree) - 0.20 * std::cos((4.0 * hMean - 63.0) * kTKDegree);
     const double dTheta = 30.0 * std::exp(-((hMean - 275.0) / 25.0) * ((hMean - 275.0) / 25.0));
     const double cp7 = std::pow(cpMean, 7.0);
     const double rc = 2.0 * std::sqrt(cp7 / (cp7 + 6103515625.0));
     const double sl = LightnessWeight(lMean);
     const double sc = 1.0 + 0.045 * cpMean;
     const double sh = 1.0 + 0.015 * cpMean * t;
-    const double rt = -std::sin(2.0 * dTheta * kDeg) * rc;
+    const double rt = -std::sin(2.0 * dTheta * kTKDegree) * rc;
     const double l = dL / (kL * sl), c = dC / (kC * sc), h = dH / (kH * sh);
     return std::sqrt(l * l + c * c + h * h + rt * c * h);
 }
@@ -208,7 +205,7 @@ double DeltaE2000(const double lab1[3], const double lab2[3], double kL, double 
 double DeltaECMC(const double reference[3], const double sample[3], double l, double c) {
     const double l1 = reference[0];
     const double c1 = Chroma(reference), c2 = Chroma(sample);
-    double h1 = std::atan2(reference[2], reference[1]) / kDeg;
+    double h1 = std::atan2(reference[2], reference[1]) / kTKDegree;
     if (h1 < 0.0) h1 += 360.0;
     const double dL = reference[0] - sample[0], dC = c1 - c2;
     const double da = reference[1] - sample[1], db = reference[2] - sample[2];
@@ -217,8 +214,8 @@ double DeltaECMC(const double reference[3], const double sample[3], double l, do
     const double sc = 0.0638 * c1 / (1.0 + 0.0131 * c1) + 0.638;
     const double c14 = c1 * c1 * c1 * c1;
     const double f = std::sqrt(c14 / (c14 + 1900.0));
-    const double t = (h1 >= 164.0 && h1 <= 345.0) ? 0.56 + std::fabs(0.2 * std::cos((h1 + 168.0) * kDeg))
-                                                   : 0.36 + std::fabs(0.4 * std::cos((h1 + 35.0) * kDeg));
+    const double t = (h1 >= 164.0 && h1 <= 345.0) ? 0.56 + std::fabs(0.2 * std::cos((h1 + 168.0) * kTKDegree))
+                                                   : 0.36 + std::fabs(0.4 * std::cos((h1 + 35.0) * kTKDegree));
     const double sh = sc * (f * t + 1.0 - f);
     return std::sqrt((dL / (l * sl)) * (dL / (l * sl)) + (dC / (c * sc)) * (dC / (c * sc)) + dH2 / (sh * sh));
 }

@@ -23,12 +23,6 @@ void CheckMode(int32_t mode) {
     if (mode < 0 || mode > 2) TKThrow(ArgErr);
 }
 
-bool IsOneOf(uint32_t type, std::initializer_list<uint32_t> types) {
-    for (uint32_t t : types)
-        if (t == type) return true;
-    return false;
-}
-
 // The 59 types a name may stand for, in the order in which a text is searched.
 const std::vector<uint32_t>& NamedTypes() {
     static const std::vector<uint32_t> types = [] {
@@ -86,11 +80,10 @@ TKVector GetWhite(uint32_t type) {
 
 TKVector GetBlack(uint32_t type, int32_t kind) {
     const int32_t t = int32_t(type);
-    if (IsOneOf(type, {TKLabSpace, TKLChSpace, TKLChuSpace, TKLuvSpace, TKJabSpace, TKJChSpace, TKLcsSpace,
-                       TKLcshSpace, TKRGBSpace, TKXYZSpace, TKHSVSpace, TKHLSSpace, TKReflSpace, TKTranSpace,
-                       TKEmisSpace}))
-        return TKVector(GetChannelCount(type), t, 0.0);
     switch (type) {
+        case TKLabSpace: case TKLChSpace: case TKLChuSpace: case TKLuvSpace: case TKJabSpace: case TKJChSpace:
+        case TKLcsSpace: case TKLcshSpace: case TKRGBSpace: case TKXYZSpace: case TKHSVSpace: case TKHLSSpace:
+        case TKReflSpace: case TKTranSpace: case TKEmisSpace: return TKVector(GetChannelCount(type), t, 0.0);
         case TKCMYSpace: return TKVector({100.0, 100.0, 100.0}, t);
         case TKGraySpace: return TKVector({100.0}, t);
         case TKLabXSpace: return TKVector({0.0, 0.0, 0.0, 100.0}, t);

@@ -7,7 +7,6 @@
 
 namespace {
 
-constexpr double kPi = 3.14159265358979323846;
 constexpr double kChromaScale = 630.0;     // ca = cb
 constexpr double kKnee = 100.0;            // chroma above which the compression starts
 constexpr double kKneeSquared = 10000.0;
@@ -75,7 +74,7 @@ void TKHueCorrection::Apply(double& a, double& b) const {
     double u, v;
     ToLocal(*this, a, b, u, v);
     if (!(std::fabs(v) < u)) return;
-    const double theta = degrees * kPi / 180.0;
+    const double theta = degrees * kTKPi / 180.0;
     v += (1.0 - u) * theta * (u - std::fabs(v));
     FromLocal(*this, u, v, a, b);
 }
@@ -84,7 +83,7 @@ void TKHueCorrection::Invert(double& a, double& b) const {
     double u, v;
     ToLocal(*this, a, b, u, v);
     if (!(std::fabs(v) < u)) return;
-    const double theta = degrees * kPi / 180.0;
+    const double theta = degrees * kTKPi / 180.0;
     // Forward: v' = v + k (u - |v|) with k = theta (1 - u); so v' - k u = v - k |v|, which is
     // v (1 - k) for v >= 0 and v (1 + k) for v < 0, and keeps the sign of v.
     const double k = theta * (1.0 - u);
