@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #include "link/TKLinkGeneric.h"
 
@@ -117,6 +118,26 @@ inline void Pixel(TKLinkGeneric& link, const uint32_t* src, int32_t srcBits, uin
     for (int32_t o = 0; o < outs; ++o) {
         uint32_t v = shifted ? (sum[o] >> (16 - k)) : (sum[o] / cell);
         dst[o] = OutputSample(link, o, v, dstBits);
+    }
+}
+
+// A whole kernel call: `count` pixels given by per-channel sample pointers and byte strides, as
+// the kernels take them. In and Out are uint8_t or uint16_t.
+template <class In, class Out>
+void Match(TKLinkGeneric& link, int32_t count, const In* const* src, Out* const* dst, const int32_t* srcStrides,
+           const int32_t* dstStrides, bool splitChannel3 = true) {
+    uint32_t in[TKLinkGeneric::kMaxSrcDim], out[TKLinkGeneric::kMaxDstDim];
+    for (int32_t i = 0; i < count; ++i) {
+        for (int32_t c = 0; c < link.GetSrcDim(); ++c) {
+            In sample;
+            std::memcpy(&sample, reinterpret_cast<const uint8_t*>(src[c]) + int64_t(i) * srcStrides[c], sizeof sample);
+            in[c] = sample;
+        }
+        Pixel(link, in, int32_t(8 * sizeof(In)), out, int32_t(8 * sizeof(Out)), splitChannel3);
+        for (int32_t o = 0; o < link.GetDstDim(); ++o) {
+            const Out sample = static_cast<Out>(out[o]);
+            std::memcpy(reinterpret_cast<uint8_t*>(dst[o]) + int64_t(i) * dstStrides[o], &sample, sizeof sample);
+        }
     }
 }
 
