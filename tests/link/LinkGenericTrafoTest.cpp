@@ -333,3 +333,20 @@ TEST(LinkLazy, ThreadsFinishALazyLinkTogether) {
     EXPECT_EQ(complement->RefCount(), 1);
     complement->Release();
 }
+
+TEST(LinkResample, NodesCanBeFilledThroughAnotherLinksMatch) {
+    // The path ResampleFrom takes: each node of a finer grid is a pixel of the coarser link.
+    TKRefPtr<TKReferenceLinkTrafo> coarse = TKMakeRef<TKReferenceLinkTrafo>();
+    coarse->CalcFromTrafo(Chain({new Complement}).Get(), 5, 0, nullptr);
+    TKLinkGeneric finer;
+    finer.Init(3, 4, 9, 1);
+    finer.Finish(false, false, nullptr);
+    finer.FillNodes(nullptr, coarse.Get());
+    ASSERT_TRUE(finer.IsComplete());
+    // Node (2, 4, 8) of the 9-point grid sits at 16-bit positions 0x4000, 0x8000, 0xFFFF.
+    const uint32_t node = (2 * 9 + 4) * 9 + 8;
+    const uint32_t src[3] = {0x4000, 0x8000, 0xFFFF};
+    uint32_t want[4];
+    LinkReference::Pixel(*coarse, src, 16, want, 16);
+    for (int32_t o = 0; o < 4; ++o) EXPECT_EQ(finer.Nodes()[node * 4 + o], want[o]) << o;
+}
