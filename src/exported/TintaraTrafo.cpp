@@ -35,11 +35,11 @@ int32_t TKGetTrafoSrcDim(TKTrafoRef ref) {
     return trafo ? trafo->GetSrcDim() : 0;
 }
 
-// Asked for the trafo's own source dimension, so that a trafo which passes the dimension
-// through still names the size of the destination array.
+// Asked with 0 ("any source"): trafos with a fixed output answer it, and a trafo that only
+// passes its input's dimension through answers 0, "as many as went in".
 int32_t TKGetTrafoDstDim(TKTrafoRef ref) {
     TKTrafo* trafo = HeldTrafo(ref);
-    return trafo ? trafo->GetDstDim(trafo->GetSrcDim()) : 0;
+    return trafo ? trafo->GetDstDim(0) : 0;
 }
 
 uint32_t TKGetTrafoSrcType(TKTrafoRef ref) {
@@ -49,7 +49,7 @@ uint32_t TKGetTrafoSrcType(TKTrafoRef ref) {
 
 uint32_t TKGetTrafoDstType(TKTrafoRef ref) {
     TKTrafo* trafo = HeldTrafo(ref);
-    return trafo ? uint32_t(trafo->GetDstType(trafo->GetSrcType())) : 0;
+    return trafo ? uint32_t(trafo->GetDstType(0)) : 0;
 }
 
 int32_t TKDoTrafo(TKTrafoRef ref, const double* src, double* dst) {

@@ -80,6 +80,28 @@ TEST(TrafoExports, ConcatenationEvaluatesInOrderAndKeepsTheCallersCounts) {
     TKFreeTKTrafoRef(ref);
 }
 
+TEST(TrafoExports, PassThroughDimensions) {
+    // A scale with a fixed source of 2 channels that passes the count through: the getter,
+    // asked for "any source", answers 0, and evaluation writes as many channels as went in.
+    class Scale2 : public TKFactorTrafo {
+    public:
+        Scale2() : TKFactorTrafo(TKVector({10.0, 100.0})) {}
+        int32_t GetSrcDim() const override { return 2; }
+    };
+    auto* scale = new Scale2;
+    TKTrafoRef ref = TKConcatenateTrafos(reinterpret_cast<::TKTrafo*>(scale), nullptr, nullptr, nullptr, nullptr,
+                                         nullptr);
+    scale->Release();
+    EXPECT_EQ(TKGetTrafoSrcDim(ref), 2);
+    EXPECT_EQ(TKGetTrafoDstDim(ref), 0);
+    double src[2] = {1.0, 2.0}, dst[3] = {0.0, 0.0, -1.0};
+    EXPECT_EQ(TKDoTrafo(ref, src, dst), 0);
+    EXPECT_EQ(dst[0], 10.0);
+    EXPECT_EQ(dst[1], 200.0);
+    EXPECT_EQ(dst[2], -1.0);
+    TKFreeTKTrafoRef(ref);
+}
+
 TEST(TrafoExports, EmptyConcatenationIsTheIdentityList) {
     TKTrafoRef ref = TKConcatenateTrafos(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
     ASSERT_NE(ref, nullptr);
