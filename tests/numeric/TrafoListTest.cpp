@@ -7,6 +7,9 @@
 #include "support/TestSupport.h"
 #include "foundation/TKProgress.h"
 
+#include <atomic>
+#include <thread>
+
 namespace {
 // A trafo whose Info answers are fixed.
 class InfoTrafo : public TKTrafo {
@@ -244,4 +247,28 @@ TEST(TrafoList, OneMemberGetsTheCallUnchanged) {
     ASSERT_EQ(recorder->calls.size(), 1u);
     EXPECT_TRUE(recorder->calls[0].withProgress);
     EXPECT_EQ(dst[11], 1);
+}
+
+TEST(TrafoList, SeveralThreadsEvaluateOneList) {
+    TKTrafoList list;
+    list.Append(new TKTestFanTrafo(3, 4), true);
+    list.Append(new TKTestAddTrafo(4, 1.0), true);
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < 4; ++t)
+        threads.emplace_back([&, t] {
+            std::vector<uint8_t> src(size_t(300) * 3, uint8_t(t)), dst(size_t(300) * 4);
+            const uint8_t* s[3] = {src.data(), src.data() + 1, src.data() + 2};
+            uint8_t* d[4] = {dst.data(), dst.data() + 1, dst.data() + 2, dst.data() + 3};
+            int32_t ss[3] = {3, 3, 3}, ds[4] = {4, 4, 4, 4};
+            for (int i = 0; i < 200; ++i) {
+                if (list.Trafo(TKVector({double(t), 0.0, 0.0})) != TKVector({t + 1.0, t + 2.0, t + 3.0, t + 4.0}))
+                    ++wrong;
+                if (list.GetInfo(1) != -1) ++wrong;  // the fan and add trafos don't know
+                list.TrafoPixels8(300, s, d, ss, ds, nullptr);
+                if (dst[299 * 4 + 3] != uint8_t(3 * t + 4)) ++wrong;
+            }
+        });
+    for (auto& thread : threads) thread.join();
+    EXPECT_EQ(wrong.load(), 0);
 }
