@@ -179,7 +179,9 @@ void TKLinkGeneric::ComputeNodeValues(uint32_t index, TKLinkGeneric* from, uint1
         EvalNode(position, values);
         return;
     }
-    // One pixel through the other link, planar with one sample per channel.
+    // One pixel through the other link, planar with one sample per channel. Its channel counts
+    // must be these: the kernel writes every one of its outputs.
+    if (from->GetSrcDim() != fSrcDim || from->GetDstDim() != fDstDim) TKThrow(DimMismatch);
     const uint16_t* src[kMaxSrcDim];
     uint16_t* dst[kMaxDstDim];
     int32_t srcStrides[kMaxSrcDim];

@@ -350,3 +350,12 @@ TEST(LinkResample, NodesCanBeFilledThroughAnotherLinksMatch) {
     LinkReference::Pixel(*coarse, src, 16, want, 16);
     for (int32_t o = 0; o < 4; ++o) EXPECT_EQ(finer.Nodes()[node * 4 + o], want[o]) << o;
 }
+
+TEST(LinkResample, AnotherLinkMustHaveTheSameChannels) {
+    TKRefPtr<TKReferenceLinkTrafo> coarse = TKMakeRef<TKReferenceLinkTrafo>();
+    coarse->CalcFromTrafo(Chain({new Complement}).Get(), 5, 0, nullptr);
+    TKLinkGeneric other;
+    other.Init(3, 3, 9, 1);
+    EXPECT_TKERROR(other.CalcNode(0, coarse.Get()), DimMismatch);
+    EXPECT_FALSE(other.IsComplete());
+}
