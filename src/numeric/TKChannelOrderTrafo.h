@@ -15,6 +15,8 @@ public:
     // Starts from a copy of the source and moves the channels below the smaller of the order's
     // count and the source dimension. An order entry outside the vector is IndexError.
     TKVector Trafo(const TKVector& source) const override;
+    void Load(const TKDataBase& base) override;
+    void Save(TKDataBase& base) const override;
 
     // ArgErr for a negative count or a null order with a positive count.
     virtual void SetOrder(const int32_t* order, int32_t count, bool gather);

@@ -12,6 +12,8 @@ public:
     // Channel i is multiplied by factor i below the smaller of both dimensions; the rest
     // passes unchanged.
     TKVector Trafo(const TKVector& source) const override;
+    void Load(const TKDataBase& base) override;
+    void Save(TKDataBase& base) const override;
 
     virtual TKVector GetFactors() const { return fFactors; }
     virtual void SetFactors(const TKVector& factors) { fFactors = factors; }

@@ -11,6 +11,8 @@ public:
 
     // Channels beyond either vector aren't limited on that side.
     TKVector Trafo(const TKVector& source) const override;
+    void Load(const TKDataBase& base) override;
+    void Save(TKDataBase& base) const override;
 
     virtual TKVector GetMinVector() const { return fMin; }
     virtual TKVector GetMaxVector() const { return fMax; }

@@ -1,5 +1,7 @@
 // TKMatrixTrafo: matrix times colour.
 #include "numeric/TKMatrixTrafo.h"
+#include "io/TKDataBase.h"
+#include "numeric/TKTrafoParameters.h"
 
 int32_t TKMatrixTrafo::GetSrcDim() const { return fMatrix.GetWidth(); }
 
@@ -18,4 +20,14 @@ TKVector TKMatrixTrafo::Trafo(const TKVector& source) const {
     TKVector result = fMatrix * source;
     result.SetType(fMatrix.GetType());
     return result;
+}
+
+void TKMatrixTrafo::Load(const TKDataBase& base) {
+    TKTrafo::Load(base);
+    fMatrix = TKLoadMatrix(base, "Matrix");
+}
+
+void TKMatrixTrafo::Save(TKDataBase& base) const {
+    TKTrafo::Save(base);
+    TKSaveMatrix(base, "Matrix", fMatrix);
 }

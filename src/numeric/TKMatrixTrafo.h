@@ -17,6 +17,8 @@ public:
     int32_t GetDstType(int32_t srcType) const override;
     // DimMismatch unless the source has as many channels as the matrix has columns.
     TKVector Trafo(const TKVector& source) const override;
+    void Load(const TKDataBase& base) override;
+    void Save(TKDataBase& base) const override;
 
     virtual TKMatrix GetMatrix() const { return fMatrix; }
     virtual void SetMatrix(const TKMatrix& matrix) { fMatrix = matrix; }

@@ -13,6 +13,8 @@ public:
     int32_t GetDstType(int32_t srcType) const override;
     // Channels that fall away are dropped, new channels are zero.
     TKVector Trafo(const TKVector& source) const override;
+    void Load(const TKDataBase& base) override;
+    void Save(TKDataBase& base) const override;
     // Counts as the identity unless told otherwise: the values it keeps are untouched.
     int32_t GetInfo(int32_t index) const override;
 

@@ -1,5 +1,6 @@
 // The small general-purpose trafos: factor, matrix, dimension and type, limits, channel order,
 // merge, and the reference-vector pair.
+#include "io/TKDataBase.h"
 #include "numeric/TKChannelOrderTrafo.h"
 #include "numeric/TKFactorTrafo.h"
 #include "numeric/TKLimitTrafo.h"
@@ -121,4 +122,63 @@ TEST(RefVectorTrafos, PassTheSourceAroundTheChain) {
     EXPECT_EQ(plain.GetDstDim(3), 3);
     EXPECT_EQ(plain.GetDstType(0), Sig("RGB "));
     EXPECT_EQ(plain.Trafo(TKVector({1.0, 1.0, 1.0})), TKVector({1.0, 1.0, 1.0}));
+}
+
+namespace {
+// Saves a trafo, passes the data base through its text form and loads a fresh trafo from it.
+template <class T>
+void RoundTrip(const T& original, T& copy) {
+    TKDataBase saved;
+    original.Save(saved);
+    TKDataBase reread;
+    reread.FromText(saved.ToText());
+    copy.Load(reread);
+}
+}  // namespace
+
+TEST(SmallTrafos, ParametersSurviveSaveAndLoad) {
+    TKFactorTrafo factor(TKVector({0.1, 1.0 / 3.0}));
+    TKFactorTrafo factorCopy;
+    RoundTrip(factor, factorCopy);
+    EXPECT_EQ(factorCopy.GetFactors(), factor.GetFactors());  // bit for bit
+
+    TKLimitTrafo limit(TKVector({0.0, -128.0}, Sig("Lab ")), TKVector({100.0, 127.0}));
+    TKLimitTrafo limitCopy;
+    RoundTrip(limit, limitCopy);
+    EXPECT_EQ(limitCopy.GetMinVector(), limit.GetMinVector());
+    EXPECT_EQ(limitCopy.GetMinVector().GetType(), Sig("Lab "));
+    EXPECT_EQ(limitCopy.GetMaxVector(), limit.GetMaxVector());
+
+    TKMatrix m(2, 3, Sig("XYZ "));
+    m.SetRow(0, TKVector({0.4124, 1e-300, -7.0}));
+    TKMatrixTrafo matrix(m), matrixCopy;
+    RoundTrip(matrix, matrixCopy);
+    EXPECT_EQ(matrixCopy.GetMatrix(), m);
+    EXPECT_EQ(matrixCopy.GetMatrix().GetType(), Sig("XYZ "));
+
+    TKSetDimTypeTrafo dimType(4, Sig("CMYK")), dimTypeCopy;
+    RoundTrip(dimType, dimTypeCopy);
+    EXPECT_EQ(dimTypeCopy.GetDim(), 4);
+    EXPECT_EQ(dimTypeCopy.GetType(), Sig("CMYK"));
+
+    const int32_t order[3] = {2, 0, 1};
+    TKChannelOrderTrafo channels(order, 3, true), channelsCopy;
+    RoundTrip(channels, channelsCopy);
+    EXPECT_EQ(channelsCopy.GetOrder(), channels.GetOrder());
+    EXPECT_TRUE(channelsCopy.IsGather());
+}
+
+TEST(SmallTrafos, BadSavedParametersAreFormatErrors) {
+    TKDataBase base;
+    base.SetString("Matrix", "1,2,3");
+    base.SetInt("MatrixHeight", 2);
+    base.SetInt("MatrixWidth", 2);
+    TKMatrixTrafo matrix;
+    EXPECT_TKERROR(matrix.Load(base), FormatErr);
+    base.SetString("Order", "0,1.5");
+    TKChannelOrderTrafo channels;
+    EXPECT_TKERROR(channels.Load(base), FormatErr);
+    base.SetString("Factors", "1,x");
+    TKFactorTrafo factor;
+    EXPECT_TKERROR(factor.Load(base), FormatErr);
 }
