@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "io/TKGlobalData.h"
 #include "link/TKLinkGridChoice.h"
 #include "link/TKLinkStages.h"
 
@@ -357,6 +358,7 @@ void TKLinkGenericTrafo::Bake(TKTrafo* front, TKTrafo* middle, TKTrafo* back, in
 }
 
 void TKLinkGenericTrafo::CalcFromTrafo(TKTrafo* trafo, int32_t grid, int32_t options, TKProgress* progress) {
+    if (options == 0) options = TKGlobalData::GetInt(kLinkDefaultOptionsKey, 0);
     if (!trafo) TKThrow(ArgErr);
     if (grid < 1) grid = FindGrid(trafo, grid);
 

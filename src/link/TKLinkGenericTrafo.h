@@ -19,6 +19,8 @@ public:
     static constexpr int32_t kBits8 = 8;
     static constexpr int32_t kBits8To16 = 0x330;
     static constexpr int32_t kBits16 = 16;
+    // The global integer option that stands in for options of 0 in CalcFromTrafo.
+    static constexpr const char* kLinkDefaultOptionsKey = "LinkDefaultOptions";
     // The share of each XYZ axis at which the encoding puts the white.
     static constexpr double kXYZWhiteShare = 0.875;
 

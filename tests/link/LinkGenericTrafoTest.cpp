@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "color/TKColors.h"
+#include "io/TKGlobalData.h"
 #include "link/ReferenceLinkTrafo.h"
 #include "link/TKLinkGridChoice.h"
 #include "link/TKLinkStages.h"
@@ -358,4 +359,15 @@ TEST(LinkResample, AnotherLinkMustHaveTheSameChannels) {
     other.Init(3, 3, 9, 1);
     EXPECT_TKERROR(other.CalcNode(0, coarse.Get()), DimMismatch);
     EXPECT_FALSE(other.IsComplete());
+}
+
+TEST(LinkLazy, TheGlobalDefaultOptionsStandInForNone) {
+    const int32_t before = TKGlobalData::GetInt(TKLinkGenericTrafo::kLinkDefaultOptionsKey, 0);
+    TKGlobalData::SetInt(TKLinkGenericTrafo::kLinkDefaultOptionsKey, 1);
+    TKRefPtr<TKReferenceLinkTrafo> link = TKMakeRef<TKReferenceLinkTrafo>();
+    link->CalcFromTrafo(Chain({new Complement}).Get(), 5, 0, nullptr);
+    EXPECT_FALSE(link->IsComplete());
+    link->CalcFromTrafo(Chain({new Complement}).Get(), 5, 2, nullptr);  // given options win
+    EXPECT_TRUE(link->IsComplete());
+    TKGlobalData::SetInt(TKLinkGenericTrafo::kLinkDefaultOptionsKey, before);
 }
