@@ -67,6 +67,7 @@ void WalkRaster(const TKTrafo& trafo, PixelForm<Sample> pixels, int32_t width, i
             int32_t count = int32_t(std::min<int64_t>(total - done, INT32_MAX));
             (trafo.*pixels)(count, src.pointers, dst.pointers, src.pixelStrides, dst.pixelStrides, progress);
             done += count;
+            if (done == total) break;  // no pointer past the raster's end
             src.Advance(int64_t(count) * (int64_t(srcDim) + srcPad));
             dst.Advance(int64_t(count) * (int64_t(dstDim) + dstPad));
         }
@@ -95,14 +96,14 @@ void WalkRaster(const TKTrafo& trafo, PixelForm<Sample> pixels, int32_t width, i
         }
         if (alongRows) {
             (trafo.*pixels)(remainW, src.pointers, dst.pointers, src.pixelStrides, dst.pixelStrides, nullptr);
-            ++y;
             --remainH;
+            if (++y == height) break;
             src.Advance(srcRow);
             dst.Advance((int64_t(dstDim) + dstPad) * width);
         } else {
             (trafo.*pixels)(remainH, src.pointers, dst.pointers, src.rowStrides, dst.rowStrides, nullptr);
-            ++x;
             --remainW;
+            if (++x == width) break;
             src.Advance(srcPixel);
             dst.Advance(int64_t(dstDim) + dstPad);
         }
