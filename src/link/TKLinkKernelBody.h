@@ -1,0 +1,225 @@
+// The one interpolation body behind every pixel kernel of a link, written over a traits struct:
+// sample types in and out, input channel count, shifted or divided cells, split of channel 3.
+// Integer arithmetic only; all state lives in locals, so threads may share a link.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+#include "foundation/TKError.h"
+#include "foundation/TKProgress.h"
+#include "link/TKLinkGeneric.h"
+#include "link/TKLinkKernelMath.h"
+
+template <class SrcSample, class DstSample, int32_t MinChannels, int32_t MaxChannels, bool ShiftedCells,
+          bool SplitChannel3, int32_t MaxOutputs, int32_t Outputs = 0>
+struct TKLinkKernelTraits {
+    using Src = SrcSample;
+    using Dst = DstSample;
+    static constexpr int32_t kMinChannels = MinChannels;
+    static constexpr int32_t kMaxChannels = MaxChannels;
+    // A fixed channel count lets the compiler unroll; 0: the link's SrcDim.
+    static constexpr int32_t kChannels = MinChannels == MaxChannels ? MinChannels : 0;
+    static constexpr bool kShifted = ShiftedCells;
+    // With four channels and more, channel 3 is interpolated linearly on top of a simplex of the
+    // others: 2n node reads instead of a sort of all n fractions.
+    static constexpr bool kSplit = SplitChannel3;
+    static constexpr int32_t kMaxOutputs = MaxOutputs;
+    static constexpr int32_t kOutputs = Outputs;  // 0: the link's DstDim (at most kMaxOutputs)
+};
+
+namespace TKLinkKernelDetail {
+
+// AxisOffset of one channel: entry k is k grid steps of that channel, in nodes.
+using AxisTable = int32_t[TKLinkGeneric::kMaxGridPoints];
+
+// Per-call view of the link's tables, copied into locals once.
+struct Tables {
+    const uint16_t* inputCurves;
+    const uint16_t* input8;
+    const uint16_t* outputCurves;
+    const uint8_t* output8;
+    const uint16_t* nodes;
+    const std::atomic<uint8_t>* flags;  // null on a complete link
+    int32_t inputCurveSize;
+    int32_t outputCurveSize;
+    int32_t output8Size;
+    bool hasIn;
+    bool hasOut;
+};
+
+template <class Sample>
+inline uint32_t InputPosition(const Tables& t, int32_t c, uint32_t sample) {
+    if constexpr (sizeof(Sample) == 1) {
+        return t.hasIn ? t.input8[size_t(c) * TKLinkGeneric::kInput8Size + sample] : sample * 0x101u;
+    } else {
+        // 12 bits of curve index keep the curves in cache; the low four bits are dropped on purpose.
+        return t.hasIn ? t.inputCurves[size_t(c) * size_t(t.inputCurveSize) + (sample >> 4)] : sample;
+    }
+}
+
+template <class Sample>
+inline uint32_t OutputSample(const Tables& t, int32_t o, uint32_t v) {
+    if constexpr (sizeof(Sample) == 1) {
+        return t.hasOut ? t.output8[size_t(o) * size_t(t.output8Size) + (v >> 4)] : v >> 8;
+    } else {
+        return t.hasOut ? t.outputCurves[size_t(o) * size_t(t.outputCurveSize) + (v >> 4)] : v;
+    }
+}
+
+// Orders the three fractions a, b, c (channels 0, 1, 2) descending by a comparison tree.
+inline void SortThree(const uint32_t* f, int32_t* order) {
+    const uint32_t a = f[0], b = f[1], c = f[2];
+    if (b < a) {
+        if (c < b) order[0] = 0, order[1] = 1, order[2] = 2;
+        else if (c < a) order[0] = 0, order[1] = 2, order[2] = 1;
+        else order[0] = 2, order[1] = 0, order[2] = 1;
+    } else {
+        if (b <= c) order[0] = 2, order[1] = 1, order[2] = 0;
+        else if (c < a) order[0] = 1, order[1] = 0, order[2] = 2;
+        else order[0] = 1, order[1] = 2, order[2] = 0;
+    }
+}
+
+// Insertion sort of `order` by descending fraction: an element moves forward only past a strictly
+// smaller one, so equal fractions keep their channel order.
+inline void SortDescending(const uint32_t* f, int32_t* order, int32_t m) {
+    for (int32_t i = 1; i < m; ++i) {
+        const int32_t moving = order[i];
+        int32_t j = i;
+        for (; j > 0 && f[order[j - 1]] < f[moving]; --j) order[j] = order[j - 1];
+        order[j] = moving;
+    }
+}
+
+template <class T>
+class Kernel {
+public:
+    Kernel(TKLinkGeneric& link, const Tables& tables, const AxisTable* axis, int32_t n, int32_t outs)
+        : fLink(link), fT(tables), fAxis(axis), fN(n), fOuts(outs),
+          fMath(TKLinkCellMath::For(link.GridPoints(), link.GridShift())) {
+        for (int32_t c = 0; c < n; ++c) fStride[c] = uint32_t(link.Stride(c));
+    }
+
+    // One pixel from raw samples to output samples.
+    void Pixel(const uint32_t* samples, uint32_t* out) {
+        const int32_t n = Channels();
+        uint32_t f[TKLinkGeneric::kMaxSrcDim];
+        uint32_t node = 0;
+        for (int32_t c = 0; c < n; ++c) {
+            const uint32_t v = InputPosition<typename T::Src>(fT, c, samples[c]);
+            node += uint32_t(fAxis[c][fMath.template Locate<T::kShifted>(v, f[c])]);
+        }
+
+        // The channels of the simplex, in descending order of fraction.
+        const bool split = T::kSplit && n >= 4;
+        int32_t order[TKLinkGeneric::kMaxSrcDim];
+        int32_t m = 0;
+        if constexpr (T::kChannels == 3 || (T::kChannels == 4 && T::kSplit)) {
+            SortThree(f, order);
+            m = 3;
+        } else {
+            for (int32_t c = 0; c < n; ++c)
+                if (!(split && c == 3)) order[m++] = c;
+            SortDescending(f, order, m);
+        }
+
+        uint32_t sum[T::kMaxOutputs];
+        for (int32_t o = 0; o < Outputs(); ++o) sum[o] = 0;
+        uint32_t previous = fMath.cell;
+        for (int32_t i = 0; i <= m; ++i) {
+            if (i > 0) node += fStride[order[i - 1]];
+            const uint32_t fraction = i < m ? f[order[i]] : 0;
+            const uint32_t w = previous - fraction;  // cell - f(s0), f(s(i-1)) - f(s(i)), f(s(n-1))
+            previous = fraction;
+            if (split) {
+                const uint32_t upper = fMath.UpperShare(w, f[3]);
+                Accumulate(node, w - upper, sum);
+                Accumulate(node + fStride[3], upper, sum);
+            } else {
+                Accumulate(node, w, sum);
+            }
+        }
+        for (int32_t o = 0; o < Outputs(); ++o)
+            out[o] = OutputSample<typename T::Dst>(fT, o, fMath.template Result<T::kShifted>(sum[o]));
+    }
+
+    int32_t Channels() const { return T::kChannels ? T::kChannels : fN; }
+    int32_t Outputs() const { return T::kOutputs ? T::kOutputs : fOuts; }
+
+private:
+    void Accumulate(uint32_t node, uint32_t w, uint32_t* sum) {
+        // The lazy path: one pointer test on a complete link.
+        if (fT.flags && !fT.flags[node].load(std::memory_order_acquire)) fLink.CalcNode(node);
+        const uint16_t* values = fT.nodes + size_t(node) * size_t(Outputs());
+        for (int32_t o = 0; o < Outputs(); ++o) sum[o] += uint32_t(values[o]) * w;
+    }
+
+    TKLinkGeneric& fLink;
+    const Tables& fT;
+    const AxisTable* fAxis;
+    const int32_t fN;
+    const int32_t fOuts;
+    const TKLinkCellMath fMath;
+    uint32_t fStride[TKLinkGeneric::kMaxSrcDim];
+};
+
+// The pixel loop of every kernel: samples in through per-channel pointers with byte strides,
+// a run of pixels equal to the previous one copies its result without table work.
+template <class T>
+void Run(TKLinkGeneric& link, const AxisTable* axis, int32_t count, const void* const* src, void* const* dst, const int32_t* srcStrides,
+         const int32_t* dstStrides, TKProgress* progress) {
+    const int32_t n = link.GetSrcDim();
+    const int32_t outs = link.GetDstDim();
+    if (count < 1 || n < 1 || outs < 1) return;
+    if (!link.InputCurves() || !link.OutputCurves() || !link.Nodes()) TKThrow(PtrInvalid);
+    // A kernel of fixed shape on a link of another shape would read past the caller's arrays or
+    // mix cell arithmetic: refused once per call, never per pixel.
+    if (n < T::kMinChannels || n > T::kMaxChannels || outs > T::kMaxOutputs || (T::kOutputs && outs != T::kOutputs))
+        TKThrow(DimMismatch);
+    if (T::kShifted && !(link.GridShift() >= 1 || link.GridPoints() == 2)) TKThrow(ArgErr);
+
+    const Tables tables{link.InputCurves(), link.Input8(),      link.OutputCurves(),
+                        link.Output8(),     link.Nodes(),       link.NodeFlags(),
+                        link.InputCurveSize(), link.OutputCurveSize(), link.Output8Size(),
+                        link.HasInputCurves(), link.HasOutputCurves()};
+    Kernel<T> kernel(link, tables, axis, n, outs);
+    const int32_t channels = kernel.Channels();
+    const int32_t outputs = kernel.Outputs();
+
+    // The caller's pointer arrays stay unchanged: the kernel walks copies.
+    const uint8_t* in[TKLinkGeneric::kMaxSrcDim];
+    uint8_t* to[TKLinkGeneric::kMaxDstDim];
+    for (int32_t c = 0; c < channels; ++c) in[c] = static_cast<const uint8_t*>(src[c]);
+    for (int32_t o = 0; o < outputs; ++o) to[o] = static_cast<uint8_t*>(dst[o]);
+
+    using Src = typename T::Src;
+    using Dst = typename T::Dst;
+    uint32_t samples[TKLinkGeneric::kMaxSrcDim];
+    uint32_t previous[TKLinkGeneric::kMaxSrcDim];
+    uint32_t out[T::kMaxOutputs];
+    bool havePrevious = false;
+    for (int32_t i = 0; i < count; ++i) {
+        bool same = havePrevious;
+        for (int32_t c = 0; c < channels; ++c) {
+            Src s;
+            std::memcpy(&s, in[c], sizeof s);
+            samples[c] = s;
+            same = same && samples[c] == previous[c];
+            in[c] += srcStrides[c];
+        }
+        if (!same) {
+            kernel.Pixel(samples, out);
+            for (int32_t c = 0; c < channels; ++c) previous[c] = samples[c];
+            havePrevious = true;
+        }
+        for (int32_t o = 0; o < outputs; ++o) {
+            const Dst d = static_cast<Dst>(out[o]);
+            std::memcpy(to[o], &d, sizeof d);
+            to[o] += dstStrides[o];
+        }
+        if ((i & 0xFFFF) == 0xFFFF && progress) progress->SetProgress(double(i) / double(count - 1));
+    }
+}
+
+}  // namespace TKLinkKernelDetail

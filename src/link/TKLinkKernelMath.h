@@ -1,0 +1,62 @@
+// TKLinkCellMath: the integer cell, fraction, weight-split and result arithmetic that every pixel
+// kernel of a link shares, so that no two kernels can round differently.
+#pragma once
+
+#include <cstdint>
+
+struct TKLinkCellMath {
+    uint32_t cell = 0xFFFF;   // size of a grid cell in 16-bit position units
+    uint32_t mask = 0xFFFF;   // shifted cells: the fraction bits of a position
+    uint32_t cellShift = 16;  // shifted cells: 16 - k, position to cell index and sum to result
+    uint32_t lastCell = 0;    // divided cells: GridPoints - 2, the cell of the top node
+
+    // gridShift is k for 2^k + 1 points, else 0. A 2-point grid takes the shifted arithmetic
+    // with k = 0: its cell is 0xFFFF, not 0x10000, so a full-scale node comes out as 0xFFFE.
+    // That is kept deliberately: 2-node links must match bit for bit whatever kernel runs.
+    static constexpr TKLinkCellMath For(int32_t gridPoints, int32_t gridShift) {
+        TKLinkCellMath m;
+        if (gridShift >= 1) {
+            m.mask = 0xFFFFu >> gridShift;
+            m.cell = m.mask + 1;
+            m.cellShift = 16 - uint32_t(gridShift);
+        } else if (gridPoints > 2) {
+            // 65535 / (GridPoints - 1) rounded up: the nodes sit at k * 65536 / (GridPoints - 1),
+            // so the cell is a little larger than the exact spacing and the top node is read
+            // with a fraction just below a full cell. Node placement and kernels differ on purpose.
+            m.cell = (uint32_t(gridPoints) + 65533u) / uint32_t(gridPoints - 1);
+        }
+        m.lastCell = gridPoints >= 2 ? uint32_t(gridPoints - 2) : 0;
+        return m;
+    }
+
+    // Cell index of position v; its fraction goes to f. The top position 0xFFFF is a full cell
+    // into the last cell, so it reads the last node exactly.
+    template <bool Shifted>
+    constexpr uint32_t Locate(uint32_t v, uint32_t& f) const {
+        if constexpr (Shifted) {
+            f = v == 0xFFFF ? cell : (v & mask);
+            return v >> cellShift;
+        } else {
+            const uint32_t q = v / cell;
+            if (q <= lastCell) {
+                f = v - q * cell;
+                return q;
+            }
+            f = cell;
+            return lastCell;
+        }
+    }
+
+    // The grid result of an accumulated sum whose weights add up to one cell.
+    template <bool Shifted>
+    constexpr uint32_t Result(uint32_t sum) const {
+        if constexpr (Shifted) return sum >> cellShift;
+        else return sum / cell;
+    }
+
+    // The share of weight w that goes to the node one step further along channel 3, whose
+    // fraction is f3: linear interpolation on top of the simplex of the other channels.
+    constexpr uint32_t UpperShare(uint32_t w, uint32_t f3) const {
+        return f3 >= cell ? w : w * f3 / cell;
+    }
+};
