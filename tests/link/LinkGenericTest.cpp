@@ -358,3 +358,39 @@ TEST(LinkReferenceRules, FourChannelsSplitChannelThreeLinearly) {
         EXPECT_EQ(simplex[c], src[c]) << c;
     }
 }
+
+TEST(LinkReferenceRules, DividedCellsOnAShiftGridKeepTheTopFractionBelowCell) {
+    TKLinkGeneric link;
+    link.Init(1, 1, 17, 0);
+    link.Finish(false, false, nullptr);
+    using LinkReference::Cells;
+    EXPECT_EQ(LinkReference::CellSize(link, Cells::kDivided), 4096u);  // (17 + 65533) / 16
+    const uint32_t top = 0xFFFF;
+    uint32_t shifted = 0, divided = 0;
+    LinkReference::Pixel(link, &top, 16, &shifted, 16, true, Cells::kShifted);
+    LinkReference::Pixel(link, &top, 16, &divided, 16, true, Cells::kDivided);
+    EXPECT_EQ(shifted, 0xFFFFu);  // f = Cell: the last node exactly
+    // q = 15, r = 4095: node 15 (15 * 4096) and node 16 (0xFFFF) mix, truncated.
+    EXPECT_EQ(divided, (15u * 4096 * 1 + 0xFFFFu * 4095) / 4096);
+
+    TKLinkGeneric two;
+    two.Init(1, 1, 2, 0);
+    two.Finish(false, false, nullptr);
+    LinkReference::Pixel(two, &top, 16, &divided, 16, true, Cells::kDivided);
+    EXPECT_EQ(divided, 0xFFFFu);  // divided by Cell, not shifted by 16
+}
+
+TEST(LinkReferenceRules, DispatchPicksTheKernelFamily) {
+    using LinkReference::Cells;
+    TKLinkGeneric link;
+    link.Init(3, 4, 17, 0);
+    EXPECT_EQ(LinkReference::DispatchedCells(link, 8, 16), Cells::kShifted);  // Match3
+    link.Init(3, 9, 17, 0);
+    EXPECT_EQ(LinkReference::DispatchedCells(link, 16, 16), Cells::kShifted);  // MatchShift16
+    EXPECT_EQ(LinkReference::DispatchedCells(link, 8, 16), Cells::kDivided);   // MatchGrid8To16
+    link.Init(5, 3, 9, 0);
+    EXPECT_EQ(LinkReference::DispatchedCells(link, 8, 8), Cells::kShifted);   // MatchShiftN8
+    EXPECT_EQ(LinkReference::DispatchedCells(link, 8, 16), Cells::kDivided);  // MatchGridN8To16
+    link.Init(4, 3, 11, 0);
+    EXPECT_EQ(LinkReference::DispatchedCells(link, 16, 16), Cells::kDivided);  // MatchGridN16
+}

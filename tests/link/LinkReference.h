@@ -9,16 +9,33 @@
 
 namespace LinkReference {
 
-// Which family of kernel reads the grid: shifted cells (2^k + 1 points, or 2 points) or divided.
+// Which family of kernel reads the grid: shifted cells (shift and mask; grids of 2^k + 1 points,
+// or 2 points) or divided cells (division by Cell; any grid). The dispatch also sends pixels of
+// shift grids to divided kernels where no shifted kernel exists for their sample sizes.
+enum class Cells { kByGrid, kShifted, kDivided };
+
 inline bool UsesShiftedCells(const TKLinkGeneric& link) {
     return link.GridShift() >= 1 || link.GridPoints() == 2;
 }
 
-// Cell size in 16-bit position units.
-inline uint32_t CellSize(const TKLinkGeneric& link) {
+// The family the dispatch of Match16, Match8 and Match8To16 picks for a link.
+inline Cells DispatchedCells(const TKLinkGeneric& link, int32_t srcBits, int32_t dstBits) {
+    if (!UsesShiftedCells(link)) return Cells::kDivided;
+    const int32_t n = link.GetSrcDim();
+    if ((n == 3 || n == 4) && link.GetDstDim() < 9) return Cells::kShifted;  // Match3, Match4
+    // MatchShift / MatchShiftN have no 8-to-16-bit form: MatchGrid8To16 / MatchGridN8To16 stand in.
+    return srcBits == 8 && dstBits == 16 ? Cells::kDivided : Cells::kShifted;
+}
+
+inline bool IsShifted(const TKLinkGeneric& link, Cells cells) {
+    return cells == Cells::kByGrid ? UsesShiftedCells(link) : cells == Cells::kShifted;
+}
+
+// Cell size in 16-bit position units for a family.
+inline uint32_t CellSize(const TKLinkGeneric& link, Cells cells = Cells::kByGrid) {
     const uint32_t g = uint32_t(link.GridPoints());
-    if (link.GridShift() >= 1) return (0xFFFFu >> link.GridShift()) + 1;
-    if (g == 2 || g < 2) return 0xFFFF;
+    if (IsShifted(link, cells)) return link.GridShift() >= 1 ? (0xFFFFu >> link.GridShift()) + 1 : 0xFFFFu;
+    if (g < 2) return 0xFFFF;
     return (g + 65533u) / (g - 1);
 }
 
@@ -50,13 +67,13 @@ inline uint32_t NodeValue(TKLinkGeneric& link, uint32_t node, int32_t o) {
 // One pixel. src holds SrcDim samples of srcBits (8 or 16), dst receives DstDim samples of
 // dstBits. splitChannel3: with four channels and more, channel 3 is interpolated linearly on
 // top of a simplex of the others (all dispatched kernels); false gives the one-simplex form of
-// Match4Simplex.
+// Match4Simplex. cells: the kernel family (kByGrid: shifted wherever the grid allows it).
 inline void Pixel(TKLinkGeneric& link, const uint32_t* src, int32_t srcBits, uint32_t* dst, int32_t dstBits,
-                  bool splitChannel3 = true) {
+                  bool splitChannel3 = true, Cells cells = Cells::kByGrid) {
     const int32_t n = link.GetSrcDim();
     const int32_t outs = link.GetDstDim();
-    const uint32_t cell = CellSize(link);
-    const bool shifted = UsesShiftedCells(link);
+    const uint32_t cell = CellSize(link, cells);
+    const bool shifted = IsShifted(link, cells);
     const int32_t k = link.GridShift();
     const uint32_t mask = k >= 1 ? (0xFFFFu >> k) : 0xFFFFu;
     const uint32_t g = uint32_t(link.GridPoints());
@@ -125,7 +142,7 @@ inline void Pixel(TKLinkGeneric& link, const uint32_t* src, int32_t srcBits, uin
 // the kernels take them. In and Out are uint8_t or uint16_t.
 template <class In, class Out>
 void Match(TKLinkGeneric& link, int32_t count, const In* const* src, Out* const* dst, const int32_t* srcStrides,
-           const int32_t* dstStrides, bool splitChannel3 = true) {
+           const int32_t* dstStrides, bool splitChannel3 = true, Cells cells = Cells::kByGrid) {
     uint32_t in[TKLinkGeneric::kMaxSrcDim], out[TKLinkGeneric::kMaxDstDim];
     for (int32_t i = 0; i < count; ++i) {
         for (int32_t c = 0; c < link.GetSrcDim(); ++c) {
@@ -133,7 +150,7 @@ void Match(TKLinkGeneric& link, int32_t count, const In* const* src, Out* const*
             std::memcpy(&sample, reinterpret_cast<const uint8_t*>(src[c]) + int64_t(i) * srcStrides[c], sizeof sample);
             in[c] = sample;
         }
-        Pixel(link, in, int32_t(8 * sizeof(In)), out, int32_t(8 * sizeof(Out)), splitChannel3);
+        Pixel(link, in, int32_t(8 * sizeof(In)), out, int32_t(8 * sizeof(Out)), splitChannel3, cells);
         for (int32_t o = 0; o < link.GetDstDim(); ++o) {
             const Out sample = static_cast<Out>(out[o]);
             std::memcpy(reinterpret_cast<uint8_t*>(dst[o]) + int64_t(i) * dstStrides[o], &sample, sizeof sample);
