@@ -129,10 +129,6 @@ void TKThread::Entry(void* self) {
             thread->Run();
         }
         thread->Finish(nullptr);
-    } catch (abi::__forced_unwind&) {
-        // A kill: the error record already says Cancel. The unwinding must go on to the end.
-        thread->fRunning = false;
-        throw;
     } catch (const TKError& error) {
         thread->Finish(&error);
     } catch (const std::bad_alloc&) {
@@ -142,6 +138,13 @@ void TKThread::Entry(void* self) {
         TKError error(UnexpectedErr, exception.what(), __FILE__, __LINE__);
         thread->Finish(&error);
     } catch (...) {
+        // A kill unwinds as an exception that is no C++ object; it must go on to the end of the
+        // thread, and the error record already says Cancel. (Tested this way rather than with a
+        // handler for the unwinding's own type, which binds a reference to no object.)
+        if (!abi::__cxa_current_exception_type()) {
+            thread->fRunning = false;
+            throw;
+        }
         TKError error(UnexpectedErr, nullptr, __FILE__, __LINE__);
         thread->Finish(&error);
     }
