@@ -4,24 +4,8 @@
 #include <cmath>
 #include <utility>
 
-#include "color/TKCIEConverter.h"
+#include "color/TKColorTrafo.h"
 #include "color/TKColors.h"
-
-TKLinkTypeConversion::TKLinkTypeConversion(int32_t srcType, int32_t dstType) : fSrcType(srcType), fDstType(dstType) {}
-
-int32_t TKLinkTypeConversion::GetSrcDim() const { return GetTypeChannels(fSrcType); }
-
-int32_t TKLinkTypeConversion::GetDstDim(int32_t srcDim) const {
-    const int32_t type = GetDstType(fSrcType);
-    return type ? GetTypeChannels(type) : srcDim;
-}
-
-TKVector TKLinkTypeConversion::Trafo(const TKVector& source) const {
-    TKVector colour = source;
-    if (fSrcType) colour.SetType(fSrcType);
-    if (!fSrcType || !fDstType || fSrcType == fDstType) return colour;
-    return ConvertColor(uint32_t(fDstType), colour);
-}
 
 TKLinkChannelCurves::TKLinkChannelCurves(int32_t type, std::vector<TKRefPtr<TKCurveLinearization>> curves)
     : fType(type), fCurves(std::move(curves)) {
@@ -78,7 +62,7 @@ int32_t GetTypeChannels(int32_t type) {
 }
 
 TKRefPtr<TKTrafo> NewStageConversion(int32_t srcType, int32_t dstType) {
-    return TKRefPtr<TKTrafo>(new TKLinkTypeConversion(srcType, dstType), true);
+    return TKRefPtr<TKTrafo>(new TKDefaultColorTrafo(uint32_t(srcType), uint32_t(dstType)), true);
 }
 
 bool IsChannelSeparable(const TKTrafo& trafo, int32_t dim, double toleranceShare) {

@@ -9,24 +9,6 @@
 #include "numeric/TKCurveLinearization.h"
 #include "numeric/TKTrafo.h"
 
-// The conversion of a colour from one type to another through the engine's CIE conversion;
-// the identity (with the type stamped) when the types agree or either is unknown (0).
-class TKLinkTypeConversion : public TKTrafo {
-    TK_DECLARE_CLASS(TKLinkTypeConversion, TKTrafo)
-public:
-    TKLinkTypeConversion(int32_t srcType, int32_t dstType);
-
-    int32_t GetSrcDim() const override;
-    int32_t GetDstDim(int32_t srcDim) const override;
-    int32_t GetSrcType() const override { return fSrcType; }
-    int32_t GetDstType(int32_t) const override { return fDstType ? fDstType : fSrcType; }
-    TKVector Trafo(const TKVector& source) const override;
-
-private:
-    int32_t fSrcType;
-    int32_t fDstType;
-};
-
 // One curve per channel, applied to each channel normalized by its range in `type`: a separable
 // stage whose output has the type of its input.
 class TKLinkChannelCurves : public TKTrafo {
@@ -56,7 +38,7 @@ void GetTypeRange(int32_t type, int32_t dim, TKVector& min, TKVector& max);
 // Channels of a colour type; 0 for 0 and for types without a known count.
 int32_t GetTypeChannels(int32_t type);
 
-// A new conversion trafo between two stage types.
+// A new conversion between two stage types (a TKDefaultColorTrafo).
 TKRefPtr<TKTrafo> NewStageConversion(int32_t srcType, int32_t dstType);
 
 // True if every output channel of the trafo depends on its own input channel only, within

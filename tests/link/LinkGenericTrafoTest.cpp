@@ -92,7 +92,7 @@ TEST(LinkSplit, AFullySeparableTrafoGetsAConversionAsItsMiddle) {
     EXPECT_EQ(front.GetCount(), 2);
     EXPECT_EQ(back.GetCount(), 0);
     ASSERT_EQ(middle.GetCount(), 1);
-    EXPECT_NE(middle.GetTrafo(0)->Cast("TKLinkTypeConversion"), nullptr);
+    EXPECT_NE(middle.GetTrafo(0)->Cast("TKDefaultColorTrafo"), nullptr);
     EXPECT_EQ(middle.GetSrcType(), kRGB);
 }
 
