@@ -1,0 +1,323 @@
+// The link exports from a C++ host: handles, baking from a trafo, interleaved and planar
+// matching against the link's own kernels, save and load through memory and files, progress,
+// cancellation, and every argument failure with or without an error record.
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "color/TKColors.h"
+#include "foundation/TKHandle.h"
+#include "io/TKFileSpec.h"
+#include "link/TKLinkGenericTrafo.h"
+#include "support/TestSupport.h"
+#include "tintara.h"
+
+namespace {
+
+constexpr int32_t kRGB = int32_t(TKRGBSpace);
+constexpr int32_t kCMYK = int32_t(TKCMYKSpace);
+
+// RGB (0..255) to CMYK (0..100) with grey removal: not separable, so the grid does the work.
+class RGBToCMYK : public TKTrafo {
+public:
+    int32_t GetSrcDim() const override { return 3; }
+    int32_t GetDstDim(int32_t) const override { return 4; }
+    int32_t GetSrcType() const override { return kRGB; }
+    int32_t GetDstType(int32_t) const override { return kCMYK; }
+    TKVector Trafo(const TKVector& v) const override {
+        double c = 1.0 - v[0] / 255.0, m = 1.0 - v[1] / 255.0, y = 1.0 - v[2] / 255.0;
+        const double k = std::min(c, std::min(m, y)) * 0.7;
+        return TKVector({100.0 * (c - k), 100.0 * (m - k), 100.0 * (y - k), 100.0 * k}, kCMYK);
+    }
+};
+
+// Leaves a marker as the last error, so a test can tell whether a call stored a record.
+void MarkLastError() { TKError marker(MathErr, "marker"); }
+bool LastErrorIsMarker() { return TKError::LastError().code() == MathErr; }
+
+struct Handles {
+    Handles() {
+        link = TKNewTKLink16Ref();
+        trafo = NewRef(new RGBToCMYK, true);
+    }
+    ~Handles() {
+        TKFreeTKLink16Ref(link);
+        TKFreeTKTrafoRef(trafo);
+    }
+    TKLinkGenericTrafo* Link() const { return RefObjectAs<TKLinkGenericTrafo>(link, "TKLinkGenericTrafo"); }
+    TKLinkRef link;
+    TKTrafoRef trafo;
+};
+
+std::vector<uint16_t> RandomSamples(size_t count, uint32_t seed) {
+    std::vector<uint16_t> v(count);
+    for (auto& s : v) s = uint16_t((seed = seed * 1664525u + 1013904223u) >> 16);
+    return v;
+}
+
+// Many cases here fail on purpose, so the fixture does not demand a clean last error.
+class LinkExports : public ::testing::Test {};
+
+TEST_F(LinkExports, NewLinkRefHoldsAnEmptyLink) {
+    TKLinkRef link = TKNewTKLink8Ref();
+    ASSERT_NE(link, nullptr);
+    ASSERT_NE(RefObjectAs<TKLinkGenericTrafo>(link, "TKLinkGenericTrafo"), nullptr);
+    EXPECT_EQ(RefObjectAs<TKLinkGenericTrafo>(link, "TKLinkGenericTrafo")->GetSrcDim(), 0);
+    TKFreeTKLink8Ref(link);
+    TKFreeTKLink16Ref(nullptr);
+}
+
+TEST_F(LinkExports, GridBitsChooseTheGrid) {
+    Handles h;
+    EXPECT_EQ(TKColorTrafo2Link16(h.link, h.trafo, 4), 0);
+    EXPECT_EQ(h.Link()->GridPoints(), 17);
+    EXPECT_EQ(TKColorTrafo2Link8(h.link, h.trafo, 5), 0);
+    EXPECT_EQ(h.Link()->GridPoints(), 33);
+    EXPECT_EQ(TKColorTrafo2Link16(h.link, h.trafo, 0), 0);  // the default grid of 3 channels
+    EXPECT_EQ(h.Link()->GridPoints(), 17);
+    EXPECT_EQ(h.Link()->GetSrcDim(), 3);
+    EXPECT_EQ(h.Link()->GetDstDim(), 4);
+}
+
+TEST_F(LinkExports, BakingFailures) {
+    Handles h;
+    TKTrafoRef plain = TKNewTKTrafoRef();
+    MarkLastError();
+    EXPECT_EQ(TKColorTrafo2Link16(h.link, nullptr, 4), ArgErr);
+    EXPECT_FALSE(LastErrorIsMarker());  // a record
+    MarkLastError();
+    EXPECT_EQ(TKColorTrafo2Link16(plain, h.trafo, 4), ArgErr);  // not a link: no record
+    EXPECT_TRUE(LastErrorIsMarker());
+    EXPECT_EQ(TKColorTrafo2Link16(nullptr, h.trafo, 4), ArgErr);
+    EXPECT_TRUE(LastErrorIsMarker());
+    EXPECT_EQ(TKColorTrafo2Link16(h.link, h.trafo, 7), ArgErr);   // 129 points: beyond any link
+    EXPECT_EQ(TKColorTrafo2Link16(h.link, h.trafo, 40), ArgErr);  // no shift overflow
+    TKFreeTKTrafoRef(plain);
+}
+
+// The exports' results equal the link's dispatch on the same pixels; skips stay untouched.
+TEST_F(LinkExports, InterleavedMatchWithSkips) {
+    Handles h;
+    ASSERT_EQ(TKColorTrafo2Link16(h.link, h.trafo, 4), 0);
+    const int32_t count = 5000;
+    std::vector<uint16_t> src = RandomSamples(size_t(count) * 4, 1);  // RGB plus one skipped
+    std::vector<uint16_t> dst(size_t(count) * 6, 0xBEEF);                // CMYK plus two skipped
+    ASSERT_EQ(TKLink16Match(h.link, count, src.data(), dst.data(), 1, 2, nullptr, nullptr), 0);
+
+    std::vector<uint16_t> expected(size_t(count) * 4);
+    const uint16_t* s[3] = {&src[0], &src[1], &src[2]};
+    uint16_t* d[4] = {&expected[0], &expected[1], &expected[2], &expected[3]};
+    const int32_t ss[3] = {8, 8, 8}, ds[4] = {8, 8, 8, 8};
+    h.Link()->Match16(count, s, d, ss, ds, nullptr);
+    for (int32_t i = 0; i < count; ++i) {
+        for (int32_t o = 0; o < 4; ++o) ASSERT_EQ(dst[size_t(i) * 6 + o], expected[size_t(i) * 4 + o]) << i;
+        ASSERT_EQ(dst[size_t(i) * 6 + 4], 0xBEEF);
+        ASSERT_EQ(dst[size_t(i) * 6 + 5], 0xBEEF);
+    }
+
+    std::vector<uint8_t> src8(size_t(count) * 3), dst8(size_t(count) * 4), exp8(size_t(count) * 4);
+    for (size_t i = 0; i < src8.size(); ++i) src8[i] = uint8_t(src[i]);
+    ASSERT_EQ(TKLink8Match(h.link, count, src8.data(), dst8.data(), 0, 0, nullptr, nullptr), 0);
+    const uint8_t* s8[3] = {&src8[0], &src8[1], &src8[2]};
+    uint8_t* d8[4] = {&exp8[0], &exp8[1], &exp8[2], &exp8[3]};
+    const int32_t ss8[3] = {3, 3, 3}, ds8[4] = {4, 4, 4, 4};
+    h.Link()->Match8(count, s8, d8, ss8, ds8, nullptr);
+    EXPECT_EQ(dst8, exp8);
+}
+
+TEST_F(LinkExports, PlanarMatchEqualsInterleaved) {
+    Handles h;
+    ASSERT_EQ(TKColorTrafo2Link16(h.link, h.trafo, 3), 0);
+    const int32_t count = 3000;
+    std::vector<uint16_t> src = RandomSamples(size_t(count) * 3, 9), inter(size_t(count) * 4);
+    ASSERT_EQ(TKLink16Match(h.link, count, src.data(), inter.data(), 0, 0, nullptr, nullptr), 0);
+    // Planes with a step of 2: every other sample of each plane is used.
+    std::vector<uint16_t> planesIn(size_t(count) * 2 * 3), planesOut(size_t(count) * 2 * 4);
+    for (int32_t i = 0; i < count; ++i)
+        for (int32_t c = 0; c < 3; ++c) planesIn[size_t(c) * count * 2 + size_t(i) * 2] = src[size_t(i) * 3 + c];
+    const void* in[3];
+    void* out[4];
+    for (int32_t c = 0; c < 3; ++c) in[c] = &planesIn[size_t(c) * count * 2];
+    for (int32_t o = 0; o < 4; ++o) out[o] = &planesOut[size_t(o) * count * 2];
+    ASSERT_EQ(TKLink16MatchPlanes(h.link, count, in, out, 2, 2, nullptr, nullptr), 0);
+    for (int32_t i = 0; i < count; ++i)
+        for (int32_t o = 0; o < 4; ++o)
+            ASSERT_EQ(planesOut[size_t(o) * count * 2 + size_t(i) * 2], inter[size_t(i) * 4 + o]);
+
+    std::vector<uint8_t> p8(size_t(count) * 3), o8(size_t(count) * 4), i8(size_t(count) * 3), r8(size_t(count) * 4);
+    for (int32_t i = 0; i < count; ++i)
+        for (int32_t c = 0; c < 3; ++c) i8[size_t(i) * 3 + c] = p8[size_t(c) * count + i] = uint8_t(src[size_t(i) * 3 + c] >> 8);
+    const void* in8[3] = {&p8[0], &p8[size_t(count)], &p8[size_t(count) * 2]};
+    void* out8[4] = {&o8[0], &o8[size_t(count)], &o8[size_t(count) * 2], &o8[size_t(count) * 3]};
+    ASSERT_EQ(TKLink8MatchPlanes(h.link, count, in8, out8, 1, 1, nullptr, nullptr), 0);
+    ASSERT_EQ(TKLink8Match(h.link, count, i8.data(), r8.data(), 0, 0, nullptr, nullptr), 0);
+    for (int32_t i = 0; i < count; ++i)
+        for (int32_t o = 0; o < 4; ++o) ASSERT_EQ(o8[size_t(o) * count + i], r8[size_t(i) * 4 + o]);
+}
+
+TEST_F(LinkExports, MatchArgumentFailures) {
+    Handles h;
+    uint16_t px[64] = {};
+    const void* planes[4] = {px, px, px, nullptr};
+    void* outPlanes[4] = {px, px, px, px};
+    MarkLastError();
+    // A link without tables, a null handle, a handle of another kind: 3, no record.
+    EXPECT_EQ(TKLink8Match(h.link, 1, px, px, 0, 0, nullptr, nullptr), ArgErr);
+    EXPECT_EQ(TKLink16Match(nullptr, 1, px, px, 0, 0, nullptr, nullptr), ArgErr);
+    EXPECT_EQ(TKLink16MatchPlanes(h.trafo, 1, planes, outPlanes, 1, 1, nullptr, nullptr), ArgErr);
+    EXPECT_TRUE(LastErrorIsMarker());
+
+    ASSERT_EQ(TKColorTrafo2Link16(h.link, h.trafo, 2), 0);
+    EXPECT_EQ(TKLink16Match(h.link, 0, nullptr, nullptr, 0, 0, nullptr, nullptr), 0);  // nothing to do
+    MarkLastError();
+    EXPECT_EQ(TKLink16Match(h.link, -1, px, px, 0, 0, nullptr, nullptr), ArgErr);
+    EXPECT_FALSE(LastErrorIsMarker());
+    EXPECT_EQ(TKLink16Match(h.link, 2, nullptr, px, 0, 0, nullptr, nullptr), ArgErr);
+    EXPECT_EQ(TKLink16Match(h.link, 2, px, px, -1, 0, nullptr, nullptr), ArgErr);
+    EXPECT_EQ(TKLink16Match(h.link, 2, px, px, 0, 0x7FFFFFFF, nullptr, nullptr), ArgErr);
+    EXPECT_EQ(TKLink8Match(h.link, 2, px, nullptr, 0, 0, nullptr, nullptr), ArgErr);
+    const void* holed[3] = {px, nullptr, px};
+    EXPECT_EQ(TKLink16MatchPlanes(h.link, 1, holed, outPlanes, 1, 1, nullptr, nullptr), ArgErr);  // null plane
+    EXPECT_EQ(TKLink16MatchPlanes(h.link, 1, nullptr, outPlanes, 1, 1, nullptr, nullptr), ArgErr);
+    EXPECT_EQ(TKLink16MatchPlanes(h.link, 1, planes, outPlanes, 0x40000000, 1, nullptr, nullptr), ArgErr);
+    EXPECT_EQ(TKLink8MatchPlanes(h.link, -5, planes, outPlanes, 1, 1, nullptr, nullptr), ArgErr);
+}
+
+struct Reports {
+    std::vector<int32_t> positions;
+    int32_t total = 0;
+    int32_t answer = 0;
+};
+
+int32_t Record(int32_t position, int32_t total, void* userData) {
+    auto* r = static_cast<Reports*>(userData);
+    r->positions.push_back(position);
+    r->total = total;
+    return r->answer;
+}
+
+TEST_F(LinkExports, ProgressAndCancel) {
+    Handles h;
+    ASSERT_EQ(TKColorTrafo2Link16(h.link, h.trafo, 4), 0);
+    const int32_t count = 200000;
+    std::vector<uint16_t> src = RandomSamples(size_t(count) * 3, 5), dst(size_t(count) * 4, 0);
+    Reports reports;
+    ASSERT_EQ(TKLink16Match(h.link, count, src.data(), dst.data(), 0, 0, Record, &reports), 0);
+    ASSERT_FALSE(reports.positions.empty());
+    EXPECT_EQ(reports.total, 1000);
+    EXPECT_EQ(reports.positions.front(), 327);  // pixel 65535 of 199999, per mille, truncated
+    for (size_t i = 1; i < reports.positions.size(); ++i) EXPECT_GE(reports.positions[i], reports.positions[i - 1]);
+
+    Reports cancel;
+    cancel.answer = Cancel;
+    std::fill(dst.begin(), dst.end(), 0);
+    MarkLastError();
+    EXPECT_EQ(TKLink16Match(h.link, count, src.data(), dst.data(), 0, 0, Record, &cancel), Cancel);
+    EXPECT_EQ(cancel.positions.size(), 1u);
+    EXPECT_EQ(dst[size_t(count - 1) * 4], 0);
+    EXPECT_TRUE(LastErrorIsMarker());  // a host's cancel is not a failure to log
+
+    // Planes report and cancel alike; any other non-zero answer comes back as it is.
+    Reports other;
+    other.answer = 77;
+    const void* in[3] = {&src[0], &src[1], &src[2]};
+    void* out[4] = {&dst[0], &dst[1], &dst[2], &dst[3]};
+    EXPECT_EQ(TKLink16MatchPlanes(h.link, count, in, out, 3, 4, Record, &other), 77);
+}
+
+TEST_F(LinkExports, SaveAndLoadThroughMemory) {
+    Handles h;
+    ASSERT_EQ(TKColorTrafo2Link16(h.link, h.trafo, 3), 0);
+    EXPECT_EQ(TKSaveLink16ToMemory(h.link, nullptr, 0, nullptr), 0);
+    uint32_t n = 0;
+    ASSERT_EQ(TKSaveLink16ToMemory(h.link, nullptr, 0, &n), 0);
+    ASSERT_GT(n, 9u * 9 * 9 * 4 * 2);
+    std::vector<uint8_t> bytes(n + 1, 0x5A);
+    uint32_t again = 0;
+    EXPECT_EQ(TKSaveLink16ToMemory(h.link, bytes.data(), n - 1, &again), BufferTooSmall);
+    EXPECT_EQ(again, n);
+    EXPECT_EQ(bytes[0], 0x5A);  // unwritten
+    ASSERT_EQ(TKSaveLink8ToMemory(h.link, bytes.data(), n, nullptr), 0);
+    EXPECT_EQ(bytes[n], 0x5A);
+    EXPECT_EQ(std::string(bytes.begin(), bytes.begin() + 4), "BEGT");
+
+    TKLinkRef back = TKNewTKLink16Ref();
+    ASSERT_EQ(TKLoadLink8FromMemory(back, bytes.data(), n), 0);
+    const int32_t count = 1000;
+    std::vector<uint16_t> src = RandomSamples(size_t(count) * 3, 2), a(size_t(count) * 4), b(size_t(count) * 4);
+    ASSERT_EQ(TKLink16Match(h.link, count, src.data(), a.data(), 0, 0, nullptr, nullptr), 0);
+    ASSERT_EQ(TKLink16Match(back, count, src.data(), b.data(), 0, 0, nullptr, nullptr), 0);
+    EXPECT_EQ(a, b);
+    EXPECT_EQ(TKGetTrafoSrcType(back), uint32_t(kRGB));
+    EXPECT_EQ(TKGetTrafoDstType(back), uint32_t(kCMYK));
+
+    // Broken bytes fail with the file's code and leave no usable link behind.
+    bytes[5] ^= 0xFF;
+    EXPECT_EQ(TKLoadLink16FromMemory(back, bytes.data(), n), FormatErr);
+    EXPECT_EQ(TKLink16Match(back, 1, src.data(), b.data(), 0, 0, nullptr, nullptr), ArgErr);
+    EXPECT_EQ(TKLoadLink16FromMemory(back, bytes.data(), 3), EOFReached);
+    TKFreeTKLink16Ref(back);
+}
+
+TEST_F(LinkExports, MemoryArgumentFailures) {
+    Handles h;
+    uint8_t byte = 0;
+    uint32_t n = 0;
+    MarkLastError();
+    EXPECT_EQ(TKLoadLink8FromMemory(h.link, nullptr, 10), ArgErr);
+    EXPECT_FALSE(LastErrorIsMarker());
+    MarkLastError();
+    EXPECT_EQ(TKSaveLink16ToMemory(h.trafo, nullptr, 0, &n), ArgErr);  // not a link: a record here
+    EXPECT_FALSE(LastErrorIsMarker());
+    EXPECT_EQ(TKLoadLink16FromMemory(nullptr, &byte, 1), ArgErr);
+    // An empty link has no tables to write.
+    EXPECT_EQ(TKSaveLink16ToMemory(h.link, nullptr, 0, &n), PtrInvalid);
+}
+
+TEST_F(LinkExports, SaveAndLoadThroughFiles) {
+    Handles h;
+    ASSERT_EQ(TKColorTrafo2Link16(h.link, h.trafo, 2), 0);
+    const std::string path = ::testing::TempDir() + "LinkExportsTest.lnk";
+    TKFileSpec spec{TKString(path.c_str())};
+    ASSERT_EQ(TKSaveLink8(h.link, &spec), 0);
+    TKLinkRef back = TKNewTKLink8Ref();
+    ASSERT_EQ(TKLoadLink16(back, &spec), 0);
+    std::vector<uint16_t> src = RandomSamples(300, 4), a(400), b(400);
+    ASSERT_EQ(TKLink16Match(h.link, 100, src.data(), a.data(), 0, 0, nullptr, nullptr), 0);
+    ASSERT_EQ(TKLink16Match(back, 100, src.data(), b.data(), 0, 0, nullptr, nullptr), 0);
+    EXPECT_EQ(a, b);
+    std::remove(path.c_str());
+
+    MarkLastError();
+    EXPECT_EQ(TKSaveLink16(h.link, nullptr), ArgErr);
+    EXPECT_FALSE(LastErrorIsMarker());
+    MarkLastError();
+    EXPECT_EQ(TKLoadLink16(h.trafo, &spec), ArgErr);
+    EXPECT_EQ(TKSaveLink16(nullptr, &spec), ArgErr);
+    EXPECT_TRUE(LastErrorIsMarker());
+    EXPECT_EQ(TKLoadLink8(back, nullptr), ArgErr);
+    EXPECT_NE(TKLoadLink16(back, &spec), 0);  // the file is gone
+    TKFreeTKLink8Ref(back);
+}
+
+// Two threads match one link, each its own strip: the result is the single-threaded one.
+TEST_F(LinkExports, TwoThreadsShareALink) {
+    Handles h;
+    ASSERT_EQ(TKColorTrafo2Link16(h.link, h.trafo, 4), 0);
+    const int32_t count = 100000;
+    std::vector<uint16_t> src = RandomSamples(size_t(count) * 3, 8), one(size_t(count) * 4), two(size_t(count) * 4);
+    ASSERT_EQ(TKLink16Match(h.link, count, src.data(), one.data(), 0, 0, nullptr, nullptr), 0);
+    int32_t codes[2] = {-1, -1};
+    std::thread a([&] { codes[0] = TKLink16Match(h.link, count / 2, src.data(), two.data(), 0, 0, nullptr, nullptr); });
+    std::thread b([&] {
+        codes[1] = TKLink16Match(h.link, count / 2, &src[size_t(count / 2) * 3], &two[size_t(count / 2) * 4], 0, 0,
+                                 nullptr, nullptr);
+    });
+    a.join();
+    b.join();
+    EXPECT_EQ(codes[0], 0);
+    EXPECT_EQ(codes[1], 0);
+    EXPECT_EQ(one, two);
+}
+
+}  // namespace
