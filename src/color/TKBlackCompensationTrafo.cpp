@@ -20,6 +20,16 @@ void TKBlackCompensationTrafo::Update() {
     fNeutralDstBlack = NeutralBlack(fDstBlack, fDstWhite);
 }
 
+TKVector TKBlackCompensationTrafo::GetNeutralSourceBlack() const {
+    Trafo(TKVector(3, int32_t(TKXYZSpace)));  // runs a pending Update
+    return fNeutralSrcBlack;
+}
+
+TKVector TKBlackCompensationTrafo::GetNeutralDestBlack() const {
+    Trafo(TKVector(3, int32_t(TKXYZSpace)));
+    return fNeutralDstBlack;
+}
+
 TKVector TKBlackCompensationTrafo::Evaluate(const TKVector& xyz) const {
     const TKVector& b1 = fNeutralSrcBlack;
     const TKVector& b2 = fNeutralDstBlack;

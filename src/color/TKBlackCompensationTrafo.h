@@ -15,9 +15,9 @@ public:
     explicit TKBlackCompensationTrafo(bool smoothBlack = false) : TKXYZTrafoBase(smoothBlack) {}
 
     void Update() override;
-    // The neutral blacks: the white times the black's Y over the white's Y.
-    const TKVector& GetNeutralSourceBlack() const { return fNeutralSrcBlack; }
-    const TKVector& GetNeutralDestBlack() const { return fNeutralDstBlack; }
+    // The neutral blacks: the white times the black's Y over the white's Y (brought up to date).
+    TKVector GetNeutralSourceBlack() const;
+    TKVector GetNeutralDestBlack() const;
 
 protected:
     TKVector Evaluate(const TKVector& xyz) const override;
