@@ -62,6 +62,9 @@ void TKICCTag::Read(TKStream& stream) {
     std::vector<uint8_t> block(dataSize);
     if (fSize > 8) ReadBlock(stream, dataSize, block.data(), true);
     fData = std::move(block);
+    // Write always puts out the 8-byte head: a tag too small for it becomes an empty tag, so
+    // that its size in the table stays true to the bytes written.
+    if (fSize < 8) SetSize(8);
     BlockChanged();
 }
 

@@ -136,11 +136,13 @@ TEST(ICCProfileRead, HostileTables) {
     EXPECT_TKERROR(ReadProfile(shortTable, 1), FormatErr);
     Bytes truncated(good.begin(), good.end() - 4);
     EXPECT_TKERROR(ReadProfile(truncated), FormatErr);
-    // A tag too small for its own type head is read as what it is.
+    // A tag too small for its own type head is read as an empty tag of its type.
     Bytes tiny = good;
     SetU32At(tiny, 140, 3);
     auto profile = ReadProfile(tiny);
     EXPECT_EQ(profile->GetTagAt(0)->GetDataSize(), 0u);
+    EXPECT_EQ(profile->GetTagAt(0)->GetSize(), 8u);
+    EXPECT_EQ(profile->GetTagAt(0)->GetType(), TKICCSig("XYZ "));
 }
 
 TEST(ICCProfileRead, SharedOffsetsGiveOwnCopies) {
