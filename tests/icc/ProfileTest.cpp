@@ -360,3 +360,18 @@ TEST(ICCProfileLink, SequenceTags) {
     ASSERT_NE(read, nullptr);
     EXPECT_STREQ(read->GetDescription(1)->GetText().CString(), "nameless.icc");
 }
+
+TEST(ICCProfileHelpers, FileDataTag) {
+    std::string path = ::testing::TempDir() + "TKFileDataTag.bin";
+    std::string content(3000, 'q');
+    content[2999] = '!';
+    std::ofstream(path, std::ios::binary) << content;
+    TKICCProfile profile;
+    profile.AddFileDataTag(TKICCSig("ps2i"), TKFileSpec(TKString(path.c_str())));
+    auto* data = TKCast<TKDataTag>(profile.GetTag(TKICCSig("ps2i")), "TKDataTag");
+    ASSERT_NE(data, nullptr);
+    std::vector<uint8_t> bytes = data->GetBytes();
+    EXPECT_EQ(std::string(bytes.begin(), bytes.end()), content);
+    EXPECT_EQ(data->GetSize(), 8u + 4u + 3000u);
+    std::remove(path.c_str());
+}
