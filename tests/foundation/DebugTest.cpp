@@ -1,63 +1,22 @@
 // Debug channels: the table, the on/off rules, formatting limits, line prefixes and routing.
 #include <unistd.h>
 
-#include <mutex>
 #include <regex>
-#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "foundation/TKDebug.h"
+#include "foundation/TestDebugCapture.h"
 #include "support/TestSupport.h"
 
 namespace {
 
-class CaptureSink : public TKDebugSink {
-public:
-    void Write(const char* text, size_t length) noexcept override {
-        std::lock_guard<std::mutex> lock(mutex);
-        writes.emplace_back(text, length);
-    }
-    std::string All() {
-        std::lock_guard<std::mutex> lock(mutex);
-        std::string all;
-        for (auto& w : writes) all += w;
-        return all;
-    }
-    std::mutex mutex;
-    std::vector<std::string> writes;
-};
-
-// Installs a capturing default log with plain lines, and puts every setting back afterwards.
+// Every test writes into a captured default log with plain lines.
 class DebugChannels : public ::testing::Test {
 protected:
-    void SetUp() override {
-        fPrevious = DefaultDebugSink();
-        SetDefaultDebugSink(sink);
-        for (int32_t i = 0; i < DebugChannelCount(); ++i) {
-            TKDebugChannelInfo info = DebugChannel(i);
-            fSaved.push_back(info);
-            SetChannelPrefix(i, false);
-        }
-    }
-    void TearDown() override {
-        for (const TKDebugChannelInfo& info : fSaved) {
-            SetChannelEnabled(info.number, info.enabled);
-            SetChannelPrefix(info.number, info.prefix);
-            SetChannelOutputToFile(info.number, info.outputToFile);
-            SetChannelOutput(info.number, nullptr);
-        }
-        SetDebugOutputWithDate(false);
-        SetDebugOutputPrefix("");
-        SetDefaultDebugSink(fPrevious);
-    }
-
-    std::shared_ptr<CaptureSink> sink = std::make_shared<CaptureSink>();
-
-private:
-    std::shared_ptr<TKDebugSink> fPrevious;
-    std::vector<TKDebugChannelInfo> fSaved;
+    ScopedDebugCapture capture;
+    std::shared_ptr<TestCaptureSink>& sink = capture.sink;
 };
 
 }  // namespace
@@ -126,7 +85,7 @@ TEST_F(DebugChannels, NewlineIsAddedOnlyWhenMissing) {
     DebugPrintf(1, "no newline");
     DebugPrintf(1, "has newline\n");
     DebugPrintf(1, "%s", "");
-    EXPECT_EQ(sink->writes, (std::vector<std::string>{"no newline\n", "has newline\n", "\n"}));
+    EXPECT_EQ(sink->Writes(), (std::vector<std::string>{"no newline\n", "has newline\n", "\n"}));
 }
 
 TEST_F(DebugChannels, LongMessagesAreCutToTheBlock) {
@@ -134,10 +93,8 @@ TEST_F(DebugChannels, LongMessagesAreCutToTheBlock) {
     DebugPrintf(1, "%s", exact.c_str());
     std::string longer(5000, 'b');
     DebugPrintf(1, "%s", longer.c_str());
-    ASSERT_EQ(sink->writes.size(), 2u);
     // 4093 characters and the newline fill the 4094-character block exactly.
-    EXPECT_EQ(sink->writes[0], exact + "\n");
-    EXPECT_EQ(sink->writes[1], std::string(4093, 'b') + "\n");
+    EXPECT_EQ(sink->Writes(), (std::vector<std::string>{exact + "\n", std::string(4093, 'b') + "\n"}));
 }
 
 TEST_F(DebugChannels, DebugWriteDoesNotFormat) {
@@ -166,7 +123,7 @@ TEST_F(DebugChannels, DateAndTextPrefixComeFirst) {
 }
 
 TEST_F(DebugChannels, ChannelOwnOutputTakesItsTextAlone) {
-    auto own = std::make_shared<CaptureSink>();
+    auto own = std::make_shared<TestCaptureSink>();
     SetChannelEnabled(kDebugCache, true);
     SetChannelOutput(kDebugCache, own);
     EXPECT_TRUE(DebugChannel(kDebugCache).ownOutput);
@@ -235,10 +192,10 @@ TEST_F(DebugChannels, TimerReportsMilliseconds) {
         TKDebugTimer timer("matching", kDebugGeneral);
         timer.Step("first pass");
     }
-    ASSERT_EQ(sink->writes.size(), 2u);
-    EXPECT_TRUE(std::regex_match(sink->writes[0], std::regex(R"('first pass' duration: +\d+\.\d{3}s\n)")))
-        << sink->writes[0];
-    EXPECT_TRUE(std::regex_match(sink->writes[1], std::regex(R"(matching: \d+ ms\n)"))) << sink->writes[1];
+    std::vector<std::string> writes = sink->Writes();
+    ASSERT_EQ(writes.size(), 2u);
+    EXPECT_TRUE(std::regex_match(writes[0], std::regex(R"('first pass' duration: +\d+\.\d{3}s\n)"))) << writes[0];
+    EXPECT_TRUE(std::regex_match(writes[1], std::regex(R"(matching: \d+ ms\n)"))) << writes[1];
 }
 
 TEST_F(DebugChannels, LinesFromManyThreadsStayWhole) {
@@ -248,12 +205,8 @@ TEST_F(DebugChannels, LinesFromManyThreadsStayWhole) {
             for (int i = 0; i < 200; ++i) DebugPrintf(1, "thread %d line %d", t, i);
         });
     for (auto& thread : threads) thread.join();
-    ASSERT_EQ(sink->writes.size(), 800u);
+    std::vector<std::string> writes = sink->Writes();
+    ASSERT_EQ(writes.size(), 800u);
     std::regex line(R"(thread \d line \d+\n)");
-    for (const std::string& w : sink->writes) ASSERT_TRUE(std::regex_match(w, line)) << w;
-}
-
-TEST_F(DebugChannels, DisableDebugReportSaysSo) {
-    DisableDebugReport();
-    EXPECT_EQ(sink->All(), "DisableDebugReport...\n");
+    for (const std::string& w : writes) ASSERT_TRUE(std::regex_match(w, line)) << w;
 }

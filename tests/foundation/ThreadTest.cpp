@@ -11,6 +11,7 @@
 
 #include "foundation/TKDebug.h"
 #include "foundation/TKThreads.h"
+#include "foundation/TestDebugCapture.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -44,24 +45,10 @@ struct ScopeMarker {
 
 }  // namespace
 
-TEST(Thread, WorkEndsWithResultAndNoError) {
-    std::atomic<int32_t> sum{0};
-    auto thread = MakeThread("adder", [&sum](TKThread&) {
-        for (int32_t i = 1; i <= 100; ++i) sum += i;
-    });
-    thread->Start();
-    EXPECT_EQ(thread->Wait(), 0);
-    EXPECT_EQ(sum.load(), 5050);
-    EXPECT_FALSE(thread->IsRunning());
-    EXPECT_EQ(thread->Error().code(), 0);
-    EXPECT_STREQ(thread->ThreadName().CString(), "adder");
-    EXPECT_STREQ(thread->ClassName(), "TKThread");
-    EXPECT_NE(thread->Cast("TKObject"), nullptr);
-}
-
 namespace {
 class SummingThread : public TKThread {
 public:
+    SummingThread() : TKThread("adder") {}
     void Run() override {
         int32_t sum = 0;
         for (int32_t i = 1; i <= 100; ++i) sum += i;
@@ -74,7 +61,11 @@ TEST(Thread, ResultIsSeparateFromTheErrorRecord) {
     auto thread = TKMakeRef<SummingThread>();
     thread->Start();
     EXPECT_EQ(thread->Wait(), 0);
+    EXPECT_FALSE(thread->IsRunning());
+    EXPECT_EQ(thread->Error().code(), 0);
     EXPECT_EQ(thread->Result(), 5050);
+    EXPECT_STREQ(thread->ThreadName().CString(), "adder");
+    EXPECT_NE(thread->Cast("TKThread"), nullptr);
     // A thread may run again after it ended.
     thread->Start();
     EXPECT_EQ(thread->Wait(), 0);
@@ -242,15 +233,6 @@ namespace {
 
 std::string UniqueName(const char* what) { return "tintara-test-" + std::to_string(getpid()) + "-" + what; }
 
-class CaptureSink : public TKDebugSink {
-public:
-    void Write(const char* text, size_t length) noexcept override {
-        std::lock_guard<std::mutex> lock(mutex);
-        all.append(text, length);
-    }
-    std::mutex mutex;
-    std::string all;
-};
 
 }  // namespace
 
@@ -293,15 +275,12 @@ TEST(NamedLock, SemaphoreCountsItsHolders) {
 
 TEST(NamedLock, WaitsAreLoggedOnTheGivenChannel) {
     std::string name = UniqueName("logged");
-    auto sink = std::make_shared<CaptureSink>();
-    auto previous = DefaultDebugSink();
-    SetDefaultDebugSink(sink);
-    bool prefix = DebugChannel(kDebugThread).prefix;
-    SetChannelPrefix(kDebugThread, false);
+    ScopedDebugCapture capture;
+    auto& sink = capture.sink;
     SetChannelEnabled(kDebugThread, true);
     {
         TKMutexGuard free(name.c_str(), 10, true, kDebugThread);  // not held: nothing to say
-        EXPECT_EQ(sink->all, "");
+        EXPECT_EQ(sink->All(), "");
     }
     std::atomic<bool> held{false};
     std::atomic<bool> release{false};
@@ -313,22 +292,19 @@ TEST(NamedLock, WaitsAreLoggedOnTheGivenChannel) {
     SpinUntil(held);
     EXPECT_TKERROR(TKMutexGuard(name.c_str(), 10, true, kDebugThread), Timeout);
     // The timeout raised before the wait was reported complete.
-    EXPECT_EQ(sink->all.find("waiting for Mutex: " + name + "\n"), 0u);
-    EXPECT_EQ(sink->all.find("waiting complete"), std::string::npos);
-    sink->all.clear();
+    EXPECT_EQ(sink->All().find("waiting for Mutex: " + name + "\n"), 0u);
+    EXPECT_EQ(sink->All().find("waiting complete"), std::string::npos);
+    sink->Clear();
     release = true;
     {
         TKMutexGuard waited(name.c_str(), kTKWaitForever, true, kDebugThread);
         EXPECT_TRUE(waited.Acquired());
     }
     holder.join();
-    SetChannelEnabled(kDebugThread, false);
-    SetChannelPrefix(kDebugThread, prefix);
-    SetDefaultDebugSink(previous);
     // The last wait may or may not have found the mutex still held.
-    EXPECT_TRUE(sink->all.empty() ||
-                sink->all == "waiting for Mutex: " + name + "\nwaiting complete for Mutex: " + name + "\n")
-        << sink->all;
+    std::string all = sink->All();
+    EXPECT_TRUE(all.empty() || all == "waiting for Mutex: " + name + "\nwaiting complete for Mutex: " + name + "\n")
+        << all;
     TKMutexGuard::Remove(name.c_str());
 }
 
@@ -377,23 +353,6 @@ TEST(NamedLock, SlashesInNamesAreAllowed) {
         EXPECT_TRUE(guard.Acquired());
     }
     TKSemaphoreGuard::Remove(name.c_str());
-}
-
-TEST(CriticalSection, IsReentrantAndExcludesOtherThreads) {
-    TKCriticalSection section;
-    int64_t counter = 0;
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([&] {
-            for (int i = 0; i < 20000; ++i) {
-                TKCriticalSectionGuard outer(&section);
-                TKCriticalSectionGuard inner(&section);
-                ++counter;
-            }
-        });
-    for (auto& thread : threads) thread.join();
-    EXPECT_EQ(counter, 80000);
-    TKCriticalSectionGuard none(nullptr);
 }
 
 TEST(CPUCount, IsWithinWhatTheSystemHas) {

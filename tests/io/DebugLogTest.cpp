@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "foundation/TKDebug.h"
+#include "foundation/TestDebugCapture.h"
 #include "io/TKDebugLog.h"
 #include "support/TestSupport.h"
 
@@ -46,25 +47,12 @@ protected:
         char pattern[] = "/tmp/tintara-log-XXXXXX";
         ASSERT_NE(mkdtemp(pattern), nullptr);
         folder = pattern;
-        fPreviousSink = DefaultDebugSink();
-        for (int32_t channel : {kDebugGeneral, kDebugAlwaysOn, kDebugError}) {
-            fPrefix.push_back(DebugChannel(channel).prefix);
-            SetChannelPrefix(channel, false);
-        }
     }
-    void TearDown() override {
-        SetDefaultDebugSink(fPreviousSink);
-        int i = 0;
-        for (int32_t channel : {kDebugGeneral, kDebugAlwaysOn, kDebugError}) SetChannelPrefix(channel, fPrefix[i++]);
-        fs::remove_all(folder);
-    }
+    void TearDown() override { fs::remove_all(folder); }
     TKString Folder() const { return folder.c_str(); }
 
+    ScopedDebugCapture settings{false};  // InitLog installs the log; the old one comes back after
     fs::path folder;
-
-private:
-    std::shared_ptr<TKDebugSink> fPreviousSink;
-    std::vector<bool> fPrefix;
 };
 
 }  // namespace
@@ -206,8 +194,6 @@ TEST_F(DebugLog, ChannelFileTakesItsChannelAlone) {
     SetChannelOutput(kDebugCache, std::make_shared<TKDebugFileSink>(TKFileSpec(own.c_str())));
     DebugPrintf(kDebugCache, "cache line");
     SetChannelOutput(kDebugCache, nullptr);
-    SetChannelEnabled(kDebugCache, false);
-    SetChannelPrefix(kDebugCache, true);
     EXPECT_EQ(ReadFile(own), "cache line\n");
     EXPECT_EQ(ReadFile(folder / "TKDebugLog.txt").find("cache line"), std::string::npos);
 }

@@ -4,11 +4,11 @@
 
 #include <filesystem>
 #include <fstream>
-#include <mutex>
 #include <sstream>
 #include <string>
 
 #include "foundation/TKDebug.h"
+#include "foundation/TestDebugCapture.h"
 #include "io/TKDataBase.h"
 #include "io/TKDebugLog.h"
 #include "io/TKDebugSettings.h"
@@ -18,48 +18,18 @@ namespace fs = std::filesystem;
 
 namespace {
 
-class CaptureSink : public TKDebugSink {
-public:
-    void Write(const char* text, size_t length) noexcept override {
-        std::lock_guard<std::mutex> lock(mutex);
-        all.append(text, length);
-    }
-    std::mutex mutex;
-    std::string all;
-};
-
-// Captures the default log and puts back every channel setting afterwards.
 class DebugSettings : public ::testing::Test {
 protected:
     void SetUp() override {
         char pattern[] = "/tmp/tintara-settings-XXXXXX";
         ASSERT_NE(mkdtemp(pattern), nullptr);
         folder = pattern;
-        fPrevious = DefaultDebugSink();
-        SetDefaultDebugSink(sink);
-        for (int32_t i = 0; i < kDebugStandardChannels; ++i) {
-            fSaved.push_back(DebugChannel(i));
-            SetChannelPrefix(i, false);
-        }
     }
-    void TearDown() override {
-        for (const TKDebugChannelInfo& info : fSaved) {
-            SetChannelEnabled(info.number, info.enabled);
-            SetChannelPrefix(info.number, info.prefix);
-            SetChannelOutput(info.number, nullptr);
-        }
-        SetDebugOutputWithDate(false);
-        SetDebugOutputPrefix("");
-        SetDefaultDebugSink(fPrevious);
-        fs::remove_all(folder);
-    }
+    void TearDown() override { fs::remove_all(folder); }
 
-    std::shared_ptr<CaptureSink> sink = std::make_shared<CaptureSink>();
+    ScopedDebugCapture capture;
+    std::shared_ptr<TestCaptureSink>& sink = capture.sink;
     fs::path folder;
-
-private:
-    std::shared_ptr<TKDebugSink> fPrevious;
-    std::vector<TKDebugChannelInfo> fSaved;
 };
 
 }  // namespace
@@ -83,7 +53,7 @@ TEST_F(DebugSettings, EchoesTheBaseOnChannelOne) {
     auto base = TKMakeRef<TKDataBase>();
     base->Add("SetDebugChannel6", "0");
     InitDebugSettings(*base);
-    EXPECT_EQ(sink->all, std::string("TKInitDebugSettings:\n") + base->ToText().CString());
+    EXPECT_EQ(sink->All(), std::string("TKInitDebugSettings:\n") + base->ToText().CString());
 }
 
 TEST_F(DebugSettings, EmptyBaseResetsOptionsAndSaysNothing) {
@@ -92,7 +62,7 @@ TEST_F(DebugSettings, EmptyBaseResetsOptionsAndSaysNothing) {
     SetChannelEnabled(kDebugCache, true);
     auto base = TKMakeRef<TKDataBase>();
     InitDebugSettings(*base);
-    EXPECT_EQ(sink->all, "");
+    EXPECT_EQ(sink->All(), "");
     EXPECT_FALSE(DebugOutputWithDate());
     EXPECT_STREQ(DebugOutputPrefix().CString(), "");
     EXPECT_TRUE(ChannelEnabled(kDebugCache));
@@ -103,9 +73,9 @@ TEST_F(DebugSettings, DateOptionPrefixesLines) {
     base->Add("SetDebugOutputWithDate", "1");
     InitDebugSettings(*base);
     EXPECT_TRUE(DebugOutputWithDate());
-    sink->all.clear();
+    sink->Clear();
     DebugPrintf(kDebugAlwaysOn, "x");
-    EXPECT_EQ(sink->all.size(), std::string("2026-01-01 00:00:00 x\n").size()) << sink->all;
+    EXPECT_EQ(sink->All().size(), std::string("2026-01-01 00:00:00 x\n").size()) << sink->All();
 }
 
 TEST_F(DebugSettings, ChannelFileLiesBesideTheLog) {
