@@ -116,6 +116,8 @@ private:
 
 // Reports to a host's callback as position per mille. A non-zero answer from the host is
 // raised as a TKError with that code, so a host's cancel unwinds like any other error.
+// A marker (see TKFilterProgress) reaches the host as a negative position: the work is alive
+// and the host may still cancel it.
 class TKCallBackProgress : public TKProgressEx {
 public:
     static constexpr int32_t kTotal = 1000;
