@@ -3,6 +3,7 @@
 
 #include <cctype>
 #include <cerrno>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -46,7 +47,8 @@ bool TKParseDouble(const char* token, double* value) {
     char* end = nullptr;
     errno = 0;
     double v = std::strtod(token, &end);
-    if (*end || errno == ERANGE) return false;
+    // Underflow to a subnormal or zero is a value; overflow to infinity is not.
+    if (*end || (errno == ERANGE && std::isinf(v))) return false;
     *value = v;
     return true;
 }

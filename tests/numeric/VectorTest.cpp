@@ -233,6 +233,9 @@ TEST(Vector, TextForms) {
     EXPECT_EQ(r, TKVector({4.0, 5.0}));
     EXPECT_EQ(r.GetType(), 3);
     EXPECT_EQ(r.FromText("   ", 3), EOFReached);
+    const char* tiny = "BEGIN_DATA 1e-310 -0 END_DATA";  // a subnormal is a value
+    EXPECT_EQ(r.FromText(tiny, int32_t(strlen(tiny))), 0);
+    EXPECT_EQ(r[0], 1e-310);
 }
 
 TEST(Vector, MalformedTextIsRejected) {
@@ -244,6 +247,7 @@ TEST(Vector, MalformedTextIsRejected) {
     EXPECT_TKERROR(read("BEGIN_DATA 1 2"), FormatErr);
     EXPECT_TKERROR(read("BEGIN_DATA 1 zwei END_DATA"), FormatErr);
     EXPECT_TKERROR(read("WHAT"), FormatErr);
+    EXPECT_TKERROR(read("BEGIN_DATA 1e999 END_DATA"), FormatErr);  // overflows
     std::string longToken(65, '1');
     EXPECT_TKERROR(read(("BEGIN_DATA " + longToken + " END_DATA").c_str()), FormatErr);
     EXPECT_EQ(r.GetDim(), 0);  // failures leave the vector as it was
