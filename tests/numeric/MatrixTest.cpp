@@ -162,6 +162,11 @@ TEST(Matrix, SingularInverseModes) {
     EXPECT_DOUBLE_EQ(zr(0, 0), 0.5);
     EXPECT_DOUBLE_EQ(zr(1, 1), 1.0);
     EXPECT_EQ(zr.GetRow(3), TKVector(4));
+    // The closed forms fall back on the elimination for mode 2.
+    TKMatrix small = FromRows(3, 3, {2, 0, 0, 0, 0, 0, 0, 0, 4});
+    EXPECT_EQ(small.Inverse(TKMatrix::kInverseZeroRow), FromRows(3, 3, {0.5, 0, 0, 0, 0, 0, 0, 0, 0.25}));
+    EXPECT_EQ(FromRows(1, 1, {0}).Inverse(TKMatrix::kInverseZeroRow), FromRows(1, 1, {0}));
+    EXPECT_TKERROR(FromRows(2, 2, {1, 2, 2, 4}).Inverse(), SingularMatrixErr);
 }
 
 TEST(Matrix, SvdReconstructs) {
