@@ -29,8 +29,6 @@ class TKStream;
 //    block stays allocated until the next Init, so a kernel may keep the pointer it read.
 //  - Read calls Init(srcDim, dstDim, grid, 0) and then fills the tables and the two Has*Curves
 //    flags; Init validates the dimensions (ArgErr) and the table size (MemFullErr).
-//  - Until they land, src/link/TKLinkKernelsPending.cpp defines these operations to raise
-//    UndefProc; the commit that adds the real definitions deletes that file.
 //  - tests/link/LinkReference.h is a slow, obvious evaluator of these tables by the integer
 //    rules of the kernels: every kernel must agree with it bit for bit.
 class TKLinkGeneric {
