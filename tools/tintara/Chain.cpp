@@ -1,0 +1,132 @@
+// Builds the trafo of a chain of profiles or loads a saved link through the public interface.
+#include "Chain.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
+
+namespace host {
+
+namespace {
+
+// The library reports a missing file with its own code; the host names the reason first.
+void RequireReadable(const std::string& path) {
+    struct stat info {};
+    if (stat(path.c_str(), &info) != 0) throw Failure("cannot read " + path + ": " + std::strerror(errno));
+    if (S_ISDIR(info.st_mode)) throw Failure("cannot read " + path + ": it is a directory");
+}
+
+uint32_t PcsType(const std::string& text, const std::string& option) {
+    if (text == "lab" || text == "Lab") return kLab;
+    if (text == "xyz" || text == "XYZ") return kXYZ;
+    throw UsageError("option " + option + " takes lab or xyz, not '" + text + "'");
+}
+
+#if TINTARA_HOST_PROFILES
+struct ProfileDeleter {
+    void operator()(TKICCProfile* profile) const { TKFreeICCProfileRef(profile); }
+};
+
+// The connection space to device trafo of one profile.
+Ref FromConnectionSpace(const ChainOptions::Member& member) {
+    std::unique_ptr<TKICCProfile, ProfileDeleter> profile(TKNewICCProfileRef());
+    if (!profile) throw Failure("cannot create a profile object");
+    FileSpec spec(member.path);
+    Check(TKReadProfile(profile.get(), spec.get()), "reading profile " + member.path);
+    Ref trafo;
+    Check(TKGetICCProfileTrafo(trafo.out(), profile.get(), 0, member.intent),
+          "building the connection space to device trafo of " + member.path);
+    return trafo;
+}
+#endif
+
+}  // namespace
+
+bool HaveProfiles() { return TINTARA_HOST_PROFILES != 0; }
+
+const char* ChainUsage() {
+    return TINTARA_HOST_PROFILES
+               ? "  -i, --intent INTENT  intent of the profiles that follow: perceptual, relative, saturation,\n"
+                 "                       absolute, header, or 0-3, 20-25 (default perceptual)\n"
+                 "  -p, --profile FILE   an ICC profile of the chain (up to ten, in order)\n"
+                 "  -l, --link FILE      a saved device link instead of profiles\n"
+                 "      --from lab|xyz   start in the connection space of the one profile\n"
+                 "      --to lab|xyz     end in the connection space of the one profile\n"
+               : "  -l, --link FILE      a saved device link\n"
+                 "  (this build of the library has no profile functions; profile chains are not offered)\n";
+}
+
+bool ChainOptions::Take(Args& args) {
+    const std::string word = args.Peek();
+    if (word == "-l" || word == "--link") {
+        args.Take();
+        link = args.Value(word);
+        return true;
+    }
+    if (!HaveProfiles()) return false;
+    if (word == "-i" || word == "--intent") {
+        args.Take();
+        intent = ParseIntent(args.Value(word));
+    } else if (word == "-p" || word == "--profile") {
+        args.Take();
+        if (profiles.size() == 10) throw UsageError("a chain holds at most ten profiles");
+        profiles.push_back({args.Value(word), intent});
+    } else if (word == "--from") {
+        args.Take();
+        pcsIn = PcsType(args.Value(word), word);
+    } else if (word == "--to") {
+        args.Take();
+        pcsOut = PcsType(args.Value(word), word);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+Ref LoadLink(const std::string& path) {
+    RequireReadable(path);
+    Ref link(TKNewTKLink16Ref());
+    if (!link.get()) throw Failure("cannot create a link object");
+    FileSpec spec(path);
+    Check(TKLoadLink16(link.get(), spec.get()), "loading link " + path);
+    return link;
+}
+
+Ref BuildTrafo(const ChainOptions& chain) {
+    if (!chain.link.empty()) {
+        if (!chain.profiles.empty()) throw UsageError("give either a link or profiles, not both");
+        if (chain.pcsIn || chain.pcsOut) throw UsageError("--from and --to need profiles, not a link");
+        return LoadLink(chain.link);
+    }
+    if (chain.profiles.empty()) throw UsageError(HaveProfiles() ? "no profile or link given" : "no link given");
+    for (const auto& member : chain.profiles) RequireReadable(member.path);
+    if ((chain.pcsIn || chain.pcsOut) && chain.profiles.size() != 1)
+        throw UsageError("--from and --to take a chain of one profile");
+#if TINTARA_HOST_PROFILES
+    if (chain.pcsIn) {
+        if (chain.pcsOut) throw UsageError("--from and --to together make no trafo");
+        return FromConnectionSpace(chain.profiles.front());
+    }
+    std::vector<std::unique_ptr<FileSpec>> specs;
+    std::vector<TKFileSpec*> pointers;
+    std::vector<int32_t> intents;
+    std::string names;
+    for (const auto& member : chain.profiles) {
+        specs.push_back(std::make_unique<FileSpec>(member.path));
+        pointers.push_back(specs.back()->get());
+        intents.push_back(member.intent);
+        names += (names.empty() ? "" : " -> ") + member.path;
+    }
+    Ref trafo;
+    Check(TKConcatICCProfilesEx(trafo.out(), 0, chain.pcsOut, int32_t(pointers.size()), pointers.data(),
+                                intents.data()),
+          "building the trafo of " + names);
+    return trafo;
+#else
+    throw Failure("this build of the library has no profile functions");
+#endif
+}
+
+}  // namespace host

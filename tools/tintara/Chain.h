@@ -1,0 +1,42 @@
+// The trafo a subcommand works with: a chain of ICC profiles with an intent each, or a saved
+// device link, given on the command line.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "HostSupport.h"
+
+namespace host {
+
+struct ChainOptions {
+    struct Member {
+        std::string path;
+        int32_t intent;
+    };
+    std::vector<Member> profiles;
+    std::string link;        // a saved link file instead of profiles
+    uint32_t pcsIn = 0;      // 'Lab ' or 'XYZ ': start in the connection space of the one profile
+    uint32_t pcsOut = 0;     // 'Lab ' or 'XYZ ': end in the connection space
+    int32_t intent = 0;      // the intent of the next profile
+
+    // Takes the option at the front of `args` if it is a chain option; false otherwise.
+    bool Take(Args& args);
+    bool Empty() const { return profiles.empty() && link.empty(); }
+    // The last profile of the chain: what the result is in, for embedding.
+    std::string DestinationProfile() const { return profiles.empty() ? std::string() : profiles.back().path; }
+};
+
+// Whether this build of the library has the profile functions.
+bool HaveProfiles();
+
+// The usage lines of the chain options.
+const char* ChainUsage();
+
+// Builds the trafo of the chain, or loads the link; a Failure names the file and the reason.
+Ref BuildTrafo(const ChainOptions& chain);
+
+// Loads a saved link file.
+Ref LoadLink(const std::string& path);
+
+}  // namespace host

@@ -1,0 +1,154 @@
+// tintara apply: converts a TIFF image through a profile chain or a saved link, into a TIFF that
+// keeps the source's tags or a PNG to look at.
+#include <tiffio.h>
+
+#include <cstdio>
+#include <thread>
+
+#include "Chain.h"
+#include "Commands.h"
+#include "Image.h"
+#include "LinkBake.h"
+#include "MatchImage.h"
+
+namespace host {
+
+namespace {
+
+const char* const kUsage =
+    "usage: tintara apply [CHAIN] [options] IN.tif OUT.tif|OUT.png\n"
+    "Converts an 8 or 16-bit TIFF (gray, RGB, CMYK or n inks, interleaved or planar) through the\n"
+    "chain. Extra samples such as alpha pass through untouched; resolution and compression are\n"
+    "kept and the destination profile is embedded. A .png output takes gray or RGB results.\n\n"
+    "options:\n";
+
+// The output raster: the source's size and tags, the link's channels, the same extra samples.
+Image Prepare(const Image& in, TKLinkRef link, const std::string& inName) {
+    const int32_t srcDim = TKGetTrafoSrcDim(link), dstDim = TKGetTrafoDstDim(link);
+    if (srcDim != in.ColourChannels())
+        throw Failure(inName + " has " + std::to_string(in.ColourChannels()) + " colour channels; the trafo takes " +
+                      std::to_string(srcDim));
+    const uint32_t dstType = TKGetTrafoDstType(link);
+    if (dstType == kLab || dstType == kXYZ)
+        throw Failure("the trafo ends in " + SignatureText(dstType) + "; images are written in device colours");
+    if (dstDim < 1 || dstDim + in.extra > 0xFFFF) throw Failure("the trafo has no usable channel count");
+    Image out = in;
+    out.planes.clear();
+    out.samples = uint16_t(dstDim + in.extra);
+    out.photometric = dstDim == 1 ? PHOTOMETRIC_MINISBLACK
+                      : (dstDim == 3 && dstType != SignatureFrom("CMY")) ? PHOTOMETRIC_RGB
+                                                                         : PHOTOMETRIC_SEPARATED;
+    out.inkSet = (dstDim == 4 && dstType != SignatureFrom("mc4A")) ? INKSET_CMYK : INKSET_MULTIINK;
+    out.iccProfile.clear();
+    out.Allocate();
+    return out;
+}
+
+}  // namespace
+
+int RunApply(Args& args) {
+    ChainOptions chain;
+    int32_t gridBits = 0;
+    int threads = int(std::max(1u, std::thread::hardware_concurrency()));
+    std::string embed, compression;
+    bool noEmbed = false;
+    int layout = 0;  // 0 keep, 1 interleaved, 2 planar
+    std::vector<std::string> files;
+    while (!args.Done()) {
+        if (WantsHelp(args, kUsage)) {
+            std::printf("%s  -g, --grid BITS      grid of the link baked from profiles, 1-6 (default: the\n"
+                        "                       library's choice)\n"
+                        "  -t, --threads N      threads matching strips (default: the processors)\n"
+                        "  -e, --embed FILE     profile to embed (default: the chain's last profile)\n"
+                        "      --no-embed       embed no profile\n"
+                        "  -c, --compression C  none, lzw, deflate or packbits (default: the source's)\n"
+                        "      --planar, --interleaved  sample layout of the output (default: the source's)\n",
+                        ChainUsage());
+            return 0;
+        }
+        if (chain.Take(args)) continue;
+        const std::string word = args.Take();
+        if (word == "-g" || word == "--grid") gridBits = args.IntValue(word, 1, 6);
+        else if (word == "-t" || word == "--threads") threads = args.IntValue(word, 1, 256);
+        else if (word == "-e" || word == "--embed") embed = args.Value(word);
+        else if (word == "--no-embed") noEmbed = true;
+        else if (word == "-c" || word == "--compression") compression = args.Value(word);
+        else if (word == "--planar") layout = 2;
+        else if (word == "--interleaved") layout = 1;
+        else if (IsOption(word)) throw UsageError("unknown option " + word);
+        else files.push_back(word);
+    }
+    if (files.size() != 2) throw UsageError("give one input and one output image");
+    if (chain.pcsIn || chain.pcsOut) throw UsageError("images run from device to device; --from and --to do not apply");
+    const std::string& inName = files[0];
+    const std::string& outName = files[1];
+    const bool png = IsPngName(outName);
+    const uint16_t outCompression = compression.empty() ? 0 : CompressionFrom(compression);
+
+    const auto start = std::chrono::steady_clock::now();
+    Ref trafo = BuildTrafo(chain);
+    double bakeSeconds = 0;
+    Ref baked;
+    TKLinkRef link = trafo.get();
+    if (chain.link.empty()) {
+        baked = BakeLink(trafo.get(), gridBits, bakeSeconds);
+        link = baked.get();
+    }
+    std::vector<uint8_t> profile;
+    const std::string profileName = noEmbed ? std::string() : (embed.empty() ? chain.DestinationProfile() : embed);
+    if (!profileName.empty()) profile = ReadFileBytes(profileName);
+
+    auto readStart = std::chrono::steady_clock::now();
+    const Image in = ReadTiff(inName);
+    const double readSeconds = SecondsSince(readStart);
+    Image out = Prepare(in, link, inName);
+    out.iccProfile = profile;
+    if (outCompression) {
+        out.compression = outCompression;
+        out.predictor = (outCompression == COMPRESSION_LZW || outCompression == COMPRESSION_ADOBE_DEFLATE) ? 2 : 0;
+    }
+
+    if (png) CheckPngFits(out, outName);
+    OutputFile file(outName);  // before the work, so that a path that cannot be written fails early
+    const auto matchStart = std::chrono::steady_clock::now();
+    {
+        ProgressBar bar("matching " + std::to_string(in.height) + " rows");
+        MatchImage(link, in, out, threads, bar);
+    }
+    const double matchSeconds = SecondsSince(matchStart);
+    if (layout != 0 && (layout == 2) != out.planar) {
+        Image relaid = out;
+        relaid.planar = layout == 2;
+        relaid.Allocate();
+        const uint32_t bytes = out.BytesPerSample();
+        for (uint32_t y = 0; y < out.height; ++y)
+            for (uint32_t x = 0; x < out.width; ++x)
+                for (uint16_t s = 0; s < out.samples; ++s) {
+                    const uint64_t pixel = uint64_t(y) * out.width + x;
+                    const uint64_t inter = (pixel * out.samples + s) * bytes, plane = pixel * bytes;
+                    const uint8_t* from = out.planar ? &out.planes[s][plane] : &out.planes[0][inter];
+                    uint8_t* to = relaid.planar ? &relaid.planes[s][plane] : &relaid.planes[0][inter];
+                    for (uint32_t b = 0; b < bytes; ++b) to[b] = from[b];
+                }
+        out = std::move(relaid);
+    }
+    if (png) WritePng(file.TempPath(), out, outName);
+    else WriteTiff(file.TempPath(), out, outName);
+    file.Commit();
+
+    const double megapixels = double(in.width) * in.height / 1e6;
+    std::printf("%s: %u x %u, %u-bit %s, %d -> %d channels%s, %s\n", outName.c_str(), in.width, in.height, in.bits,
+                in.planar ? "planar" : "interleaved", in.ColourChannels(), out.ColourChannels(),
+                in.extra ? (" + " + std::to_string(in.extra) + " extra").c_str() : "",
+                profileName.empty() ? "no profile embedded" : ("embedded " + profileName).c_str());
+    if (chain.link.empty()) {
+        const LinkShape shape = ShapeOf(link);
+        std::printf("  link baked in %.2f s, grid %s\n", bakeSeconds, shape.Text().c_str());
+    }
+    std::printf("  read %.2f s, matched %.2f s on %d thread%s (%.1f Mpixel/s), total %.2f s\n", readSeconds,
+                matchSeconds, threads, threads == 1 ? "" : "s", matchSeconds > 0 ? megapixels / matchSeconds : 0.0,
+                SecondsSince(start));
+    return 0;
+}
+
+}  // namespace host

@@ -1,0 +1,51 @@
+// A raster in memory as TIFF holds it: 8 or 16 bits, interleaved or one plane per sample, with
+// the tags a colour job keeps (resolution, compression, extra samples, embedded profile).
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace host {
+
+struct Image {
+    uint32_t width = 0, height = 0;
+    uint16_t bits = 8;          // 8 or 16
+    uint16_t samples = 0;       // colour channels plus extra samples
+    uint16_t extra = 0;         // extra samples (alpha and the like) after the colour channels
+    std::vector<uint16_t> extraKinds;
+    bool planar = false;
+    uint16_t photometric = 0;   // PHOTOMETRIC_MINISBLACK, _RGB or _SEPARATED
+    uint16_t inkSet = 0;        // 0 when not given
+    uint16_t compression = 1;   // COMPRESSION_NONE
+    uint16_t predictor = 0;     // 0 when not given
+    uint32_t rowsPerStrip = 0;  // 0 when not given
+    bool hasResolution = false;
+    float xResolution = 0, yResolution = 0;
+    uint16_t resolutionUnit = 2;
+    std::vector<uint8_t> iccProfile;
+    // One buffer for interleaved samples, or one per sample for planar ones; rows top to bottom.
+    std::vector<std::vector<uint8_t>> planes;
+
+    uint16_t ColourChannels() const { return uint16_t(samples - extra); }
+    uint32_t BytesPerSample() const { return bits / 8u; }
+    // Bytes of one row in one buffer.
+    uint64_t RowBytes() const { return uint64_t(width) * (planar ? 1u : samples) * BytesPerSample(); }
+    // Allocates the buffers for the size and layout already set.
+    void Allocate();
+};
+
+// Reads a TIFF; a Failure names the file and what is wrong with it.
+Image ReadTiff(const std::string& path);
+// Writes a TIFF with the image's tags (to a path that an OutputFile manages).
+void WriteTiff(const std::string& path, const Image& image, const std::string& shownName);
+// Writes a PNG of an RGB or gray image, with an alpha channel if the image has one extra sample.
+void WritePng(const std::string& path, const Image& image, const std::string& shownName);
+// The TIFF compression of a name: none, lzw, deflate (zip) or packbits.
+uint16_t CompressionFrom(const std::string& name);
+// Throws a Failure naming `shownName` unless PNG can hold the image (gray or RGB, one alpha).
+void CheckPngFits(const Image& image, const std::string& shownName);
+// Whether a file name asks for PNG.
+bool IsPngName(const std::string& path);
+
+}  // namespace host

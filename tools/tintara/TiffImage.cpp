@@ -1,0 +1,158 @@
+// Reads and writes TIFF rasters through libtiff, checking every size before allocating.
+#include <tiffio.h>
+
+#include <cstdarg>
+#include <cstdio>
+#include <memory>
+
+#include "HostSupport.h"
+#include "Image.h"
+
+namespace host {
+
+namespace {
+
+// libtiff reports through handlers; the last error text is kept for the one-line message.
+thread_local std::string tLastTiffError;
+
+void KeepError(const char* module, const char* format, va_list args) {
+    char text[512];
+    std::vsnprintf(text, sizeof text, format, args);
+    tLastTiffError = text;
+}
+
+void IgnoreWarning(const char*, const char*, va_list) {}
+
+struct TiffCloser {
+    void operator()(TIFF* tiff) const { TIFFClose(tiff); }
+};
+using TiffPtr = std::unique_ptr<TIFF, TiffCloser>;
+
+TiffPtr Open(const std::string& path, const char* mode, const std::string& shownName) {
+    TIFFSetErrorHandler(KeepError);
+    TIFFSetWarningHandler(IgnoreWarning);
+    tLastTiffError.clear();
+    TiffPtr tiff(TIFFOpen(path.c_str(), mode));
+    if (!tiff)
+        throw Failure("cannot " + std::string(mode[0] == 'r' ? "read " : "write ") + shownName + ": " +
+                      (tLastTiffError.empty() ? "not a TIFF file" : tLastTiffError));
+    return tiff;
+}
+
+// Larger images than this are refused rather than allocated.
+constexpr uint64_t kMaxImageBytes = uint64_t(1) << 32;
+
+}  // namespace
+
+uint16_t CompressionFrom(const std::string& name) {
+    if (name == "none") return COMPRESSION_NONE;
+    if (name == "lzw") return COMPRESSION_LZW;
+    if (name == "deflate" || name == "zip") return COMPRESSION_ADOBE_DEFLATE;
+    if (name == "packbits") return COMPRESSION_PACKBITS;
+    throw UsageError("unknown compression '" + name + "' (none, lzw, deflate, packbits)");
+}
+
+void Image::Allocate() {
+    const uint64_t bytes = RowBytes() * height;
+    if (width == 0 || height == 0 || bytes / height != RowBytes() || bytes > kMaxImageBytes)
+        throw Failure("image of " + std::to_string(width) + " x " + std::to_string(height) + " pixels is too large");
+    planes.assign(planar ? samples : 1, std::vector<uint8_t>(size_t(bytes)));
+}
+
+Image ReadTiff(const std::string& path) {
+    TiffPtr tiff = Open(path, "r", path);
+    TIFF* t = tiff.get();
+    auto fail = [&](const std::string& why) { return Failure("cannot read " + path + ": " + why); };
+    Image image;
+    uint16_t format = SAMPLEFORMAT_UINT, config = PLANARCONFIG_CONTIG;
+    if (!TIFFGetField(t, TIFFTAG_IMAGEWIDTH, &image.width) || !TIFFGetField(t, TIFFTAG_IMAGELENGTH, &image.height))
+        throw fail("no image size");
+    TIFFGetFieldDefaulted(t, TIFFTAG_BITSPERSAMPLE, &image.bits);
+    TIFFGetFieldDefaulted(t, TIFFTAG_SAMPLESPERPIXEL, &image.samples);
+    TIFFGetFieldDefaulted(t, TIFFTAG_SAMPLEFORMAT, &format);
+    TIFFGetFieldDefaulted(t, TIFFTAG_PLANARCONFIG, &config);
+    if (!TIFFGetField(t, TIFFTAG_PHOTOMETRIC, &image.photometric)) throw fail("no photometric interpretation");
+    if (TIFFIsTiled(t)) throw fail("tiled images are not supported, only strips");
+    if (image.bits != 8 && image.bits != 16)
+        throw fail(std::to_string(image.bits) + " bits per sample; 8 and 16 are supported");
+    if (format != SAMPLEFORMAT_UINT) throw fail("samples are not unsigned integers");
+    if (image.photometric != PHOTOMETRIC_MINISBLACK && image.photometric != PHOTOMETRIC_RGB &&
+        image.photometric != PHOTOMETRIC_SEPARATED)
+        throw fail("photometric interpretation " + std::to_string(image.photometric) +
+                   " is not supported (gray with black zero, RGB, or separated inks)");
+    uint16_t extraCount = 0;
+    uint16_t* extraKinds = nullptr;
+    if (TIFFGetField(t, TIFFTAG_EXTRASAMPLES, &extraCount, &extraKinds) && extraCount > 0) {
+        image.extra = extraCount;
+        image.extraKinds.assign(extraKinds, extraKinds + extraCount);
+    }
+    if (image.samples == 0 || image.extra >= image.samples) throw fail("no colour channels");
+    if (image.photometric == PHOTOMETRIC_RGB && image.ColourChannels() != 3)
+        throw fail("an RGB image with " + std::to_string(image.ColourChannels()) + " colour channels");
+    image.planar = config == PLANARCONFIG_SEPARATE;
+    TIFFGetField(t, TIFFTAG_INKSET, &image.inkSet);
+    TIFFGetFieldDefaulted(t, TIFFTAG_COMPRESSION, &image.compression);
+    TIFFGetField(t, TIFFTAG_PREDICTOR, &image.predictor);
+    TIFFGetField(t, TIFFTAG_ROWSPERSTRIP, &image.rowsPerStrip);
+    if (TIFFGetField(t, TIFFTAG_XRESOLUTION, &image.xResolution) &&
+        TIFFGetField(t, TIFFTAG_YRESOLUTION, &image.yResolution)) {
+        image.hasResolution = true;
+        TIFFGetFieldDefaulted(t, TIFFTAG_RESOLUTIONUNIT, &image.resolutionUnit);
+    }
+    uint32_t iccSize = 0;
+    void* icc = nullptr;
+    if (TIFFGetField(t, TIFFTAG_ICCPROFILE, &iccSize, &icc) && icc && iccSize > 0)
+        image.iccProfile.assign(static_cast<uint8_t*>(icc), static_cast<uint8_t*>(icc) + iccSize);
+    if (uint64_t(TIFFScanlineSize64(t)) != image.RowBytes()) throw fail("rows of unexpected size");
+    image.Allocate();
+    for (size_t plane = 0; plane < image.planes.size(); ++plane)
+        for (uint32_t row = 0; row < image.height; ++row)
+            if (TIFFReadScanline(t, image.planes[plane].data() + row * image.RowBytes(), row, uint16_t(plane)) < 0)
+                throw fail("row " + std::to_string(row) + " is damaged" +
+                           (tLastTiffError.empty() ? "" : " (" + tLastTiffError + ")"));
+    return image;
+}
+
+void WriteTiff(const std::string& path, const Image& image, const std::string& shownName) {
+    if (!TIFFIsCODECConfigured(image.compression))
+        throw Failure("cannot write " + shownName + ": compression " + std::to_string(image.compression) +
+                      " is not available for writing");
+    TiffPtr tiff = Open(path, "w", shownName);
+    TIFF* t = tiff.get();
+    TIFFSetField(t, TIFFTAG_IMAGEWIDTH, image.width);
+    TIFFSetField(t, TIFFTAG_IMAGELENGTH, image.height);
+    TIFFSetField(t, TIFFTAG_BITSPERSAMPLE, image.bits);
+    TIFFSetField(t, TIFFTAG_SAMPLESPERPIXEL, image.samples);
+    TIFFSetField(t, TIFFTAG_SAMPLEFORMAT, SAMPLEFORMAT_UINT);
+    TIFFSetField(t, TIFFTAG_PHOTOMETRIC, image.photometric);
+    TIFFSetField(t, TIFFTAG_PLANARCONFIG, image.planar ? PLANARCONFIG_SEPARATE : PLANARCONFIG_CONTIG);
+    if (image.photometric == PHOTOMETRIC_SEPARATED) {
+        const uint16_t inks = image.ColourChannels();
+        TIFFSetField(t, TIFFTAG_INKSET, image.inkSet ? image.inkSet : (inks == 4 ? INKSET_CMYK : INKSET_MULTIINK));
+        if (inks != 4 || image.inkSet == INKSET_MULTIINK) TIFFSetField(t, TIFFTAG_NUMBEROFINKS, inks);
+    }
+    if (image.extra > 0) TIFFSetField(t, TIFFTAG_EXTRASAMPLES, image.extra, image.extraKinds.data());
+    TIFFSetField(t, TIFFTAG_COMPRESSION, image.compression);
+    if (image.predictor) TIFFSetField(t, TIFFTAG_PREDICTOR, image.predictor);
+    TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, image.rowsPerStrip ? image.rowsPerStrip : TIFFDefaultStripSize(t, 0));
+    if (image.hasResolution) {
+        TIFFSetField(t, TIFFTAG_XRESOLUTION, image.xResolution);
+        TIFFSetField(t, TIFFTAG_YRESOLUTION, image.yResolution);
+        TIFFSetField(t, TIFFTAG_RESOLUTIONUNIT, image.resolutionUnit);
+    }
+    if (!image.iccProfile.empty())
+        TIFFSetField(t, TIFFTAG_ICCPROFILE, uint32_t(image.iccProfile.size()), image.iccProfile.data());
+    TIFFSetField(t, TIFFTAG_SOFTWARE, "tintara");
+    for (size_t plane = 0; plane < image.planes.size(); ++plane)
+        for (uint32_t row = 0; row < image.height; ++row) {
+            // libtiff takes a non-const row but does not change it when writing.
+            auto* data = const_cast<uint8_t*>(image.planes[plane].data() + row * image.RowBytes());
+            if (TIFFWriteScanline(t, data, row, uint16_t(plane)) < 0)
+                throw Failure("cannot write " + shownName + ": " + tLastTiffError);
+        }
+    if (!TIFFWriteDirectory(t)) throw Failure("cannot write " + shownName + ": " + tLastTiffError);
+    TIFF* raw = tiff.release();
+    TIFFClose(raw);
+}
+
+}  // namespace host
