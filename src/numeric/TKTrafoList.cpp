@@ -83,8 +83,10 @@ int32_t TKTrafoList::GetDstType(int32_t srcType) const {
 }
 
 TKVector TKTrafoList::Trafo(const TKVector& source) const {
-    TKVector running(source);
-    for (int32_t i = 0; i < fTrafos.Count(); ++i) running = Member(i).Trafo(running);
+    if (fTrafos.IsEmpty()) return source;
+    // The first member reads the caller's vector itself: a list of one adds no copy.
+    TKVector running = Member(0).Trafo(source);
+    for (int32_t i = 1; i < fTrafos.Count(); ++i) running = Member(i).Trafo(running);
     return running;
 }
 
