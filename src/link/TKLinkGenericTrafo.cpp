@@ -321,21 +321,16 @@ void TKLinkGenericTrafo::CalcFromStages(TKTrafo* front, TKTrafo* middle, TKTrafo
 void TKLinkGenericTrafo::CalcFromRanges(TKTrafo* front, TKTrafo* middle, TKTrafo* back, const TKVector& srcMin,
                                         const TKVector& srcMax, const TKVector& dstMin, const TKVector& dstMax,
                                         int32_t grid, int32_t options, TKProgress* progress) {
-    TKTrafo* first = middle ? middle : (front ? front : back);
-    if (!first) TKThrow(ArgErr);
+    // The stage that takes the link's input.
+    TKTrafo* entry = front ? front : (middle ? middle : back);
+    if (!entry) TKThrow(ArgErr);
     // The ranges carry the types of the chain's ends.
-    const int32_t srcType = (front ? front : first)->GetSrcType();
+    const int32_t srcType = entry->GetSrcType();
     const int32_t dstType = DstTypeOf(back, DstTypeOf(middle, DstTypeOf(front, srcType)));
     const int32_t srcDim = srcMin.GetDim();
     const int32_t dstDim = dstMin.GetDim();
     if (srcDim < 1 || dstDim < 1 || srcMax.GetDim() != srcDim || dstMax.GetDim() != dstDim) TKThrow(DimMismatch);
-    const int32_t firstDim = first->GetSrcDim();
-    if (first == middle && front) {
-        // The middle's input is the front's output: check the front's side instead.
-        if (front->GetSrcDim() > 0 && front->GetSrcDim() != srcDim) TKThrow(DimMismatch);
-    } else if (firstDim > 0 && firstDim != srcDim) {
-        TKThrow(DimMismatch);
-    }
+    if (entry->GetSrcDim() > 0 && entry->GetSrcDim() != srcDim) TKThrow(DimMismatch);
     fSrcMin = srcMin;
     fSrcMax = srcMax;
     fDstMin = dstMin;
