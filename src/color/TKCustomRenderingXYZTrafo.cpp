@@ -10,6 +10,9 @@ TKCustomRenderingXYZTrafo::TKCustomRenderingXYZTrafo(int32_t code, bool smoothBl
     if (code < kFirstCode) TKThrowMsg(ArgErr, "custom intents start at 21");
 }
 
+TKCustomRenderingXYZTrafo::TKCustomRenderingXYZTrafo(const TKCustomRenderingXYZTrafo& other)
+    : TKXYZTrafoBase(other), fCode(other.fCode), fWhite(TKMakeRef<TKWhiteXYZTrafo>(0)) {}
+
 TKString TKCustomRenderingXYZTrafo::ModeKey() const {
     return TKString::Format("CustomIntent%d/mode", int(fCode - kFirstCode));
 }
@@ -33,7 +36,6 @@ void TKCustomRenderingXYZTrafo::Update() {
     }
     const TKVector zero(3, int32_t(TKXYZSpace));
     fWhite->SetPoints(zero, fSrcWhite, zero, target);
-    fWhite->Update();
 }
 
 TKVector TKCustomRenderingXYZTrafo::Evaluate(const TKVector& xyz) const { return fWhite->Trafo(xyz); }

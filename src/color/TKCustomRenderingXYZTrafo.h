@@ -15,6 +15,8 @@ public:
 
     // A code below 21 is ArgErr.
     TKCustomRenderingXYZTrafo(int32_t code, bool smoothBlack);
+    // A copy gets its own inner white trafo: the two update independently.
+    TKCustomRenderingXYZTrafo(const TKCustomRenderingXYZTrafo& other);
 
     // Reads the mode and factor; a mode other than 0 or 1 is ArgErr, and so, until the setting
     // is corrected, is every evaluation.

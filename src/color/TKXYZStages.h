@@ -82,6 +82,8 @@ class TKMergeXYZTrafo : public TKXYZTrafoBase {
 public:
     // owned: true takes over the caller's counts. A null stage is ArgErr.
     TKMergeXYZTrafo(TKXYZTrafoBase* stage1, TKXYZTrafoBase* stage2, double weight, bool owned);
+    // The stages are held, not cloned: a copy would change its original's points.
+    TKMergeXYZTrafo(const TKMergeXYZTrafo&) = delete;
 
     void SetSourceBlack(const TKVector& black) override;
     void SetSourceWhite(const TKVector& white) override;

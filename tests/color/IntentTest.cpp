@@ -109,7 +109,8 @@ TEST(IntentStages, EachCodeMakesItsStage) {
     auto minBlack = CreateXYZStage(26, true);
     auto* min = static_cast<TKMinCompressionTrafo*>(minBlack.Get());
     EXPECT_TRUE(min->GetDoBlack() && !min->GetDoWhite() && min->GetSmoothBlack());
-    auto minWhite = static_cast<TKMinCompressionTrafo*>(CreateXYZStage(27, false).Get());
+    auto minWhiteStage = CreateXYZStage(27, false);
+    auto* minWhite = static_cast<TKMinCompressionTrafo*>(minWhiteStage.Get());
     EXPECT_TRUE(!minWhite->GetDoBlack() && minWhite->GetDoWhite());
     auto both = CreateXYZStage(28, false);
     EXPECT_TRUE(static_cast<TKMinCompressionTrafo*>(both.Get())->GetDoBlack());
