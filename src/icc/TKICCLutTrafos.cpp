@@ -191,22 +191,24 @@ TKVector TKAdaptICC4LabNorm::Evaluate(const TKVector& input) const {
 
 // ---- gray TRC --------------------------------------------------------------------------------
 
-TKGrayTRCTrafo::TKGrayTRCTrafo(const TKCurveLinearization& curve, bool forward) : fCurve(curve), fForward(forward) {}
+TKGrayTRCTrafo::TKGrayTRCTrafo(const TKCurveLinearization& curve, bool forward, uint32_t pcs)
+    : fCurve(curve), fForward(forward), fPCS(pcs == kLab ? kLab : kXYZ) {}
 int32_t TKGrayTRCTrafo::GetSrcDim() const { return fForward ? 1 : 3; }
 int32_t TKGrayTRCTrafo::GetDstDim(int32_t) const { return fForward ? 3 : 1; }
-int32_t TKGrayTRCTrafo::GetSrcType() const { return int32_t(fForward ? TKGraySpace : kXYZ); }
-int32_t TKGrayTRCTrafo::GetDstType(int32_t) const { return int32_t(fForward ? kXYZ : TKGraySpace); }
+int32_t TKGrayTRCTrafo::GetSrcType() const { return int32_t(fForward ? TKGraySpace : fPCS); }
+int32_t TKGrayTRCTrafo::GetDstType(int32_t) const { return int32_t(fForward ? fPCS : TKGraySpace); }
 
 TKVector TKGrayTRCTrafo::Trafo(const TKVector& source) const {
     if (source.GetDim() != GetSrcDim()) TKThrow(DimMismatch);
     if (fForward) {
         const double device = std::clamp(1.0 - source[0] / 100.0, 0.0, 1.0);
         const double y = fCurve.Apply(device);
+        if (fPCS == kLab) return TKVector({100.0 * y, 0.0, 0.0}, kLab);
         TKVector result = D50();
         for (int32_t i = 0; i < 3; ++i) result[i] *= y;
         return result;
     }
-    const double y = std::clamp(source[1] / 100.0, 0.0, 1.0);
+    const double y = std::clamp((fPCS == kLab ? source[0] : source[1]) / 100.0, 0.0, 1.0);
     return TKVector({100.0 * (1.0 - std::clamp(fCurve.ApplyInverse(y), 0.0, 1.0))}, TKGraySpace);
 }
 

@@ -187,12 +187,14 @@ private:
     bool fForward;
 };
 
-// "kTRC" between "GRAY" and XYZ. GRAY is an ink type here: 0 is white, 100 full black, so the
-// ICC device value is 1 - gray / 100. Forward gives D50 scaled by the curve's Y.
+// "kTRC" between "GRAY" and the PCS. GRAY is an ink type here: 0 is white, 100 full black, so
+// the ICC device value is 1 - gray / 100. With an XYZ PCS the curve gives Y (D50 scaled by it),
+// with a Lab PCS it gives L* / 100 on the neutral axis.
 class TKGrayTRCTrafo : public TKTrafo {
     TK_DECLARE_CLASS(TKGrayTRCTrafo, TKTrafo)
 public:
-    TKGrayTRCTrafo(const TKCurveLinearization& curve, bool forward);
+    TKGrayTRCTrafo(const TKCurveLinearization& curve, bool forward, uint32_t pcs = TKColorSig("XYZ "));
+    uint32_t GetPCS() const { return fPCS; }
     int32_t GetSrcDim() const override;
     int32_t GetDstDim(int32_t) const override;
     int32_t GetSrcType() const override;
@@ -204,6 +206,7 @@ public:
 private:
     TKCurveLinearization fCurve;
     bool fForward;
+    uint32_t fPCS;
 };
 
 // The matrix-shaper: forward RGB 0..255 through three curves and the colorant matrix to XYZ
