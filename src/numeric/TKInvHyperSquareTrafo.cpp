@@ -22,6 +22,7 @@ TKVector TKInvHyperSquareTrafo::Trafo(const TKVector& source) const {
     const int32_t n = fCube->GetSrcDim();
     const int32_t m = fCube->GetDstDim(0);
     if (source.GetDim() != m) TKThrow(DimMismatch);
+    if (n > kMaxChannels) TKThrow(ArgErr);
 
     // Barycentric coordinates solve [values; 1 ... 1] * lambda = [source; 1]. The pseudo-inverse
     // also serves cubes whose value space has more or fewer dimensions than the cube.

@@ -7,6 +7,10 @@
 class TKInvHyperSquareTrafo : public TKTrafo {
     TK_DECLARE_CLASS(TKInvHyperSquareTrafo, TKTrafo)
 public:
+    // The walk tries up to n! simplices: cubes of more channels are refused (ArgErr) rather than
+    // searched for ever.
+    static constexpr int32_t kMaxChannels = 8;
+
     // The cube must interpolate by the simplex rule (mode 1), else InvalidTrafo. Owned as in Append.
     TKInvHyperSquareTrafo(TKHyperSquareDataTrafo* cube, bool owned);
 

@@ -130,6 +130,12 @@ TEST(InvHyperSquare, OutsideTheCubeGivesTheNearestExtrapolation) {
     EXPECT_NEAR(cube->Trafo(found)[0], target[0], 1e-9);
 }
 
+TEST(InvHyperSquare, RefusesCubesOfTooManyChannels) {
+    TKRefPtr<TKHyperSquareDataTrafo> cube = TKMakeRef<TKHyperSquareDataTrafo>(1, TKMatrix(1 << 9, 1));
+    TKInvHyperSquareTrafo inverse(cube.Get(), false);
+    EXPECT_TKERROR(inverse.Trafo(TKVector{0.5}), ArgErr);
+}
+
 TEST(InvHyperSquare, RefusesOtherRules) {
     TKRefPtr<TKHyperSquareDataTrafo> cube = TKMakeRef<TKHyperSquareDataTrafo>(0, AffineCube(2));
     EXPECT_TKERROR(TKInvHyperSquareTrafo(cube.Get(), false), InvalidTrafo);
