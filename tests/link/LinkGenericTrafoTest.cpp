@@ -394,3 +394,25 @@ TEST(LinkKernels, TheDispatchedKernelsAgreeWithTheReference) {
         }
     }
 }
+
+TEST(LinkKernels, StripsOfALazyLinkOnSeveralThreadsMatchAnEagerLink) {
+    TKRefPtr<TKLinkGenericTrafo> lazy = TKMakeRef<TKLinkGenericTrafo>();
+    TKRefPtr<TKLinkGenericTrafo> eager = TKMakeRef<TKLinkGenericTrafo>();
+    lazy->CalcFromTrafo(Chain({new RGBGamma(1.8), new RGBMix, new Complement}).Get(), 9, 1, nullptr);
+    eager->CalcFromTrafo(Chain({new RGBGamma(1.8), new RGBMix, new Complement}).Get(), 9, 0, nullptr);
+    ASSERT_FALSE(lazy->IsComplete());
+    // Interleaved 16-bit RGB to CMYK, four strips of 4096 pixels on four threads.
+    constexpr int32_t kStrip = 4096, kStrips = 4;
+    std::vector<uint16_t> src(size_t(kStrip) * kStrips * 3);
+    for (size_t i = 0; i < src.size(); ++i) src[i] = uint16_t((i * 2654435761u) >> 16);
+    std::vector<uint16_t> fromLazy(size_t(kStrip) * kStrips * 4), fromEager(fromLazy.size());
+    std::vector<std::thread> threads;
+    for (int32_t s = 0; s < kStrips; ++s)
+        threads.emplace_back([&, s] {
+            lazy->TrafoRaster16(kStrip, 1, src.data() + size_t(s) * kStrip * 3, fromLazy.data() + size_t(s) * kStrip * 4,
+                                0, 0, nullptr);
+        });
+    for (auto& thread : threads) thread.join();
+    eager->TrafoRaster16(kStrip * kStrips, 1, src.data(), fromEager.data(), 0, 0, nullptr);
+    EXPECT_EQ(fromLazy, fromEager);
+}
