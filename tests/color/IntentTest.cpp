@@ -5,6 +5,8 @@
 #include <cmath>
 #include <cstdlib>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "color/TKBrightenerCorrectionTrafo.h"
 #include "color/TKCIEConverter.h"
@@ -215,6 +217,23 @@ TEST(CustomIntents, WrongModeFailsAtEveryEvaluation) {
     TKGlobalData::SetInt("CustomIntent4/mode", 0);
     EXPECT_NO_THROW(stage->Trafo(kD50));
     EXPECT_TKERROR(TKCustomRenderingXYZTrafo(20, false), ArgErr);
+}
+
+TEST(CustomIntents, FirstUseFromSeveralThreads) {
+    CustomSettings restore(1);
+    TKGlobalData::SetInt("CustomIntent1/mode", 1);
+    TKGlobalData::SetDouble("CustomIntent1/factor", 0.9);
+    auto stage = CreateXYZStage(22, true);
+    stage->SetPoints(kZero, kD65, kZero, kD50);
+    // Nobody updates the stage beforehand: the first evaluations race for the update.
+    std::vector<std::thread> threads;
+    std::vector<double> y(4, 0.0);
+    for (size_t t = 0; t < y.size(); ++t)
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < 200; ++i) y[t] = stage->Trafo(kD65)[1];
+        });
+    for (auto& thread : threads) thread.join();
+    for (double value : y) EXPECT_NEAR(value, 90, 1e-9);
 }
 
 TEST(BrightenerCorrection, TakesBackPartOfTheBlueLift) {
