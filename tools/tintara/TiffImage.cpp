@@ -4,6 +4,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
+#include <vector>
 
 #include "HostSupport.h"
 #include "Image.h"
@@ -86,6 +87,16 @@ Image ReadTiff(const std::string& path) {
         image.extra = extraCount;
         image.extraKinds.assign(extraKinds, extraKinds + extraCount);
     }
+    // libtiff counts four colour channels in any separated image and calls the rest extra; a
+    // many-ink image says how many inks it has, and only the samples after them are extra.
+    uint16_t inks = 0;
+    if (image.photometric == PHOTOMETRIC_SEPARATED && TIFFGetField(t, TIFFTAG_NUMBEROFINKS, &inks) && inks > 0 &&
+        inks <= image.samples) {
+        const uint16_t extra = uint16_t(image.samples - inks);
+        if (image.extraKinds.size() > extra) image.extraKinds.erase(image.extraKinds.begin(), image.extraKinds.end() - extra);
+        image.extraKinds.resize(extra, EXTRASAMPLE_UNSPECIFIED);
+        image.extra = extra;
+    }
     if (image.samples == 0 || image.extra >= image.samples) throw fail("no colour channels");
     if (image.photometric == PHOTOMETRIC_RGB && image.ColourChannels() != 3)
         throw fail("an RGB image with " + std::to_string(image.ColourChannels()) + " colour channels");
@@ -131,7 +142,15 @@ void WriteTiff(const std::string& path, const Image& image, const std::string& s
         TIFFSetField(t, TIFFTAG_INKSET, image.inkSet ? image.inkSet : (inks == 4 ? INKSET_CMYK : INKSET_MULTIINK));
         if (inks != 4 || image.inkSet == INKSET_MULTIINK) TIFFSetField(t, TIFFTAG_NUMBEROFINKS, inks);
     }
-    if (image.extra > 0) TIFFSetField(t, TIFFTAG_EXTRASAMPLES, image.extra, image.extraKinds.data());
+    if (image.photometric == PHOTOMETRIC_SEPARATED && image.ColourChannels() > 4) {
+        // libtiff takes every sample after the fourth ink as extra; the inks beyond four are
+        // listed as unspecified extras in front of the real ones, and NumberOfInks tells them apart.
+        std::vector<uint16_t> kinds(size_t(image.ColourChannels() - 4), EXTRASAMPLE_UNSPECIFIED);
+        kinds.insert(kinds.end(), image.extraKinds.begin(), image.extraKinds.end());
+        TIFFSetField(t, TIFFTAG_EXTRASAMPLES, uint16_t(kinds.size()), kinds.data());
+    } else if (image.extra > 0) {
+        TIFFSetField(t, TIFFTAG_EXTRASAMPLES, image.extra, image.extraKinds.data());
+    }
     TIFFSetField(t, TIFFTAG_COMPRESSION, image.compression);
     if (image.predictor) TIFFSetField(t, TIFFTAG_PREDICTOR, image.predictor);
     TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, image.rowsPerStrip ? image.rowsPerStrip : TIFFDefaultStripSize(t, 0));

@@ -1,0 +1,387 @@
+// End-to-end tests of the tintara host: the executable runs on real files and its results are
+// held against the library's own evaluation (TKDoTrafo), libtiff's view of the tags written, and
+// the promises of the command line (exit codes, one-line errors, no partial output).
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <tiffio.h>
+#include <unistd.h>
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <algorithm>
+#include <dirent.h>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "../Image.h"
+#include "tintara.h"
+
+namespace {
+
+std::string Env(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? value : "";
+}
+
+const std::string kExe = Env("TINTARA_EXE");
+const std::string kLinks = Env("TINTARA_TEST_LINKS");
+const std::string kData = Env("TINTARA_TOOLS_DATA");
+
+struct Result {
+    int code;
+    std::string out, err;
+};
+
+std::string Slurp(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+}
+
+class Host : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_FALSE(kExe.empty()) << "TINTARA_EXE is not set";
+        char pattern[] = "/tmp/tintara-host-XXXXXX";
+        ASSERT_NE(mkdtemp(pattern), nullptr);
+        dir_ = pattern;
+    }
+    void TearDown() override {
+        if (!dir_.empty()) std::system(("chmod -R u+w '" + dir_ + "' && rm -rf '" + dir_ + "'").c_str());
+    }
+    std::string Path(const std::string& name) const { return dir_ + "/" + name; }
+    std::string Link(const std::string& name) const { return kLinks + "/" + name; }
+
+    // Runs the host with `arguments` (shell words), feeding `input` to stdin.
+    Result Run(const std::string& arguments, const std::string& input = "") const {
+        const std::string out = Path(".stdout"), err = Path(".stderr"), in = Path(".stdin");
+        std::ofstream(in) << input;
+        const int status =
+            std::system(("'" + kExe + "' " + arguments + " <'" + in + "' >'" + out + "' 2>'" + err + "'").c_str());
+        Result result{WIFEXITED(status) ? WEXITSTATUS(status) : -1, Slurp(out), Slurp(err)};
+        std::remove(out.c_str()), std::remove(err.c_str()), std::remove(in.c_str());
+        return result;
+    }
+
+    // Files in the work directory, to see that a failed job left nothing behind.
+    std::vector<std::string> Files() const {
+        std::vector<std::string> names;
+        if (DIR* d = opendir(dir_.c_str())) {
+            while (dirent* entry = readdir(d))
+                if (entry->d_name[0] != '.') names.push_back(entry->d_name);
+            closedir(d);
+        }
+        return names;
+    }
+
+    std::string dir_;
+};
+
+// A sample of an image, whatever its layout and depth.
+uint32_t Sample(const host::Image& image, uint32_t x, uint32_t y, uint16_t s) {
+    const uint64_t pixel = uint64_t(y) * image.width + x;
+    const uint64_t at = image.planar ? pixel : pixel * image.samples + s;
+    const std::vector<uint8_t>& plane = image.planes[image.planar ? s : 0];
+    if (image.bits == 8) return plane[at];
+    uint16_t value;
+    std::memcpy(&value, &plane[at * 2], 2);
+    return value;
+}
+
+// Natural units of a device type on the library's side: RGB 0-255, everything else 0-100.
+double Scale(uint32_t type) { return type == 0x52474220 ? 255.0 : 100.0; }
+
+struct LoadedLink {
+    TKLinkRef ref;
+    explicit LoadedLink(const std::string& path) : ref(TKNewTKLink16Ref()) {
+        TKFileSpec* spec = TKName2FileSpec(TKNewFileSpecRef(), path.c_str());
+        EXPECT_EQ(TKLoadLink16(ref, spec), 0) << path;
+        TKFreeFileSpecRef(spec);
+    }
+    ~LoadedLink() { TKFreeTKLink16Ref(ref); }
+};
+
+// Holds every `step`-th pixel of `out` against TKDoTrafo of the link on the same pixel of `in`;
+// returns the largest difference in output units.
+double LargestDifference(const std::string& linkPath, const host::Image& in, const host::Image& out, uint32_t step) {
+    LoadedLink link(linkPath);
+    const int32_t srcDim = TKGetTrafoSrcDim(link.ref), dstDim = TKGetTrafoDstDim(link.ref);
+    const double inScale = Scale(TKGetTrafoSrcType(link.ref)), outScale = Scale(TKGetTrafoDstType(link.ref));
+    const double full = in.bits == 16 ? 65535.0 : 255.0;
+    double largest = 0;
+    for (uint32_t y = 0; y < in.height; y += step)
+        for (uint32_t x = (y * 7) % step; x < in.width; x += step) {
+            double src[16], dst[16];
+            for (int32_t c = 0; c < srcDim; ++c) src[c] = Sample(in, x, y, uint16_t(c)) / full * inScale;
+            EXPECT_EQ(TKDoTrafo(link.ref, src, dst), 0);
+            for (int32_t o = 0; o < dstDim; ++o)
+                largest = std::max(largest, std::fabs(Sample(out, x, y, uint16_t(o)) - dst[o] / outScale * full));
+        }
+    return largest;
+}
+
+// ---- Pixels against the library's own evaluation ----
+
+TEST_F(Host, EightBitPixelsAgreeWithDoTrafo) {
+    ASSERT_EQ(Run("testimage -s 301x200 '" + Path("in.tif") + "'").code, 0);
+    const Result r = Run("apply -l '" + Link("rgb-to-rgb.lnk") + "' '" + Path("in.tif") + "' '" + Path("out.tif") + "'");
+    ASSERT_EQ(r.code, 0) << r.err;
+    // The 8-bit kernel rounds once more than the double evaluation: one step either way
+    // (measured: 0.96).
+    EXPECT_LE(LargestDifference(Link("rgb-to-rgb.lnk"), host::ReadTiff(Path("in.tif")), host::ReadTiff(Path("out.tif")), 5), 1.0);
+}
+
+TEST_F(Host, SixteenBitCmykPixelsAgreeWithDoTrafo) {
+    ASSERT_EQ(Run("testimage --space cmyk -b 16 -s 257x190 '" + Path("in.tif") + "'").code, 0);
+    const Result r = Run("apply -l '" + Link("cmyk-to-rgb.lnk") + "' '" + Path("in.tif") + "' '" + Path("out.tif") + "'");
+    ASSERT_EQ(r.code, 0) << r.err;
+    // The library evaluates a link in doubles through the same 16-bit tables: at most a rounding
+    // step apart (measured: equal).
+    EXPECT_LE(LargestDifference(Link("cmyk-to-rgb.lnk"), host::ReadTiff(Path("in.tif")), host::ReadTiff(Path("out.tif")), 3), 1.0);
+}
+
+TEST_F(Host, GrayAndManyInkRastersConvert) {
+    ASSERT_EQ(Run("testimage --space gray -s 120x90 '" + Path("gray.tif") + "'").code, 0);
+    ASSERT_EQ(Run("apply -l '" + Link("gray-to-cmyk.lnk") + "' '" + Path("gray.tif") + "' '" + Path("cmyk.tif") + "'").code, 0);
+    const host::Image cmyk = host::ReadTiff(Path("cmyk.tif"));
+    EXPECT_EQ(cmyk.samples, 4);
+    EXPECT_EQ(cmyk.photometric, PHOTOMETRIC_SEPARATED);
+    EXPECT_EQ(cmyk.inkSet, INKSET_CMYK);
+    EXPECT_LE(LargestDifference(Link("gray-to-cmyk.lnk"), host::ReadTiff(Path("gray.tif")), cmyk, 3), 1.0);
+
+    ASSERT_EQ(Run("testimage -s 120x90 '" + Path("rgb.tif") + "'").code, 0);
+    ASSERT_EQ(Run("apply -l '" + Link("rgb-to-6.lnk") + "' '" + Path("rgb.tif") + "' '" + Path("six.tif") + "'").code, 0);
+    const host::Image six = host::ReadTiff(Path("six.tif"));
+    EXPECT_EQ(six.samples, 6);
+    EXPECT_EQ(six.inkSet, INKSET_MULTIINK);
+    const Result back = Run("apply -l '" + Link("6-to-rgb.lnk") + "' '" + Path("six.tif") + "' '" + Path("back.tif") + "'");
+    ASSERT_EQ(back.code, 0) << back.err;
+    const host::Image rgb = host::ReadTiff(Path("back.tif"));
+    EXPECT_EQ(rgb.photometric, PHOTOMETRIC_RGB);
+    EXPECT_LE(LargestDifference(Link("6-to-rgb.lnk"), six, rgb, 3), 1.0);
+}
+
+// ---- What the output keeps ----
+
+TEST_F(Host, TagsAreKeptAndTheProfileEmbedded) {
+    ASSERT_EQ(Run("testimage -s 100x80 -c deflate -r 150 '" + Path("in.tif") + "'").code, 0);
+    const std::string profile = kData + "/FOGRA39L.icc";
+    ASSERT_EQ(Run("apply -l '" + Link("rgb-to-rgb.lnk") + "' -e '" + profile + "' '" + Path("in.tif") + "' '" +
+                  Path("out.tif") + "'").code, 0);
+    TIFF* t = TIFFOpen(Path("out.tif").c_str(), "r");
+    ASSERT_NE(t, nullptr);
+    uint16_t compression = 0, unit = 0, predictor = 0;
+    float xres = 0, yres = 0;
+    uint32_t iccSize = 0;
+    void* icc = nullptr;
+    EXPECT_TRUE(TIFFGetField(t, TIFFTAG_COMPRESSION, &compression));
+    EXPECT_EQ(compression, COMPRESSION_ADOBE_DEFLATE);
+    EXPECT_TRUE(TIFFGetField(t, TIFFTAG_PREDICTOR, &predictor));
+    EXPECT_EQ(predictor, 2);
+    EXPECT_TRUE(TIFFGetField(t, TIFFTAG_XRESOLUTION, &xres));
+    EXPECT_TRUE(TIFFGetField(t, TIFFTAG_YRESOLUTION, &yres));
+    EXPECT_TRUE(TIFFGetField(t, TIFFTAG_RESOLUTIONUNIT, &unit));
+    EXPECT_FLOAT_EQ(xres, 150.0f);
+    EXPECT_FLOAT_EQ(yres, 150.0f);
+    EXPECT_EQ(unit, RESUNIT_INCH);
+    ASSERT_TRUE(TIFFGetField(t, TIFFTAG_ICCPROFILE, &iccSize, &icc));
+    EXPECT_TRUE(std::string(static_cast<char*>(icc), iccSize) == Slurp(profile));
+    TIFFClose(t);
+
+    // Another compression on request.
+    ASSERT_EQ(Run("apply -l '" + Link("rgb-to-rgb.lnk") + "' -c packbits '" + Path("in.tif") + "' '" + Path("pb.tif") + "'").code, 0);
+    EXPECT_EQ(host::ReadTiff(Path("pb.tif")).compression, COMPRESSION_PACKBITS);
+    EXPECT_TRUE(host::ReadTiff(Path("pb.tif")).iccProfile.empty());
+}
+
+TEST_F(Host, AlphaPassesUntouchedInBothLayouts) {
+    for (const char* layout : {"", "--planar"}) {
+        for (const char* bits : {"8", "16"}) {
+            SCOPED_TRACE(std::string(layout) + " " + bits);
+            ASSERT_EQ(Run(std::string("testimage -a -b ") + bits + " " + layout + " -s 90x70 '" + Path("in.tif") + "'").code, 0);
+            ASSERT_EQ(Run("apply -l '" + Link("rgb-to-6.lnk") + "' '" + Path("in.tif") + "' '" + Path("out.tif") + "'").code, 0);
+            const host::Image in = host::ReadTiff(Path("in.tif")), out = host::ReadTiff(Path("out.tif"));
+            ASSERT_EQ(out.samples, 7);
+            ASSERT_EQ(out.extra, 1);
+            EXPECT_EQ(out.extraKinds, in.extraKinds);
+            EXPECT_EQ(out.planar, in.planar);
+            uint32_t differing = 0;
+            for (uint32_t y = 0; y < in.height; ++y)
+                for (uint32_t x = 0; x < in.width; ++x) differing += Sample(in, x, y, 3) != Sample(out, x, y, 6);
+            EXPECT_EQ(differing, 0u);
+        }
+    }
+}
+
+TEST_F(Host, PlanarGivesTheSamePixelsAsInterleaved) {
+    ASSERT_EQ(Run("testimage -b 16 -s 150x99 '" + Path("a.tif") + "'").code, 0);
+    ASSERT_EQ(Run("testimage -b 16 --planar -s 150x99 '" + Path("b.tif") + "'").code, 0);
+    for (const char* name : {"a", "b"})
+        ASSERT_EQ(Run("apply -l '" + Link("rgb-to-6.lnk") + "' '" + Path(std::string(name) + ".tif") + "' '" +
+                      Path(std::string(name) + "-out.tif") + "'").code, 0);
+    const host::Image a = host::ReadTiff(Path("a-out.tif")), b = host::ReadTiff(Path("b-out.tif"));
+    ASSERT_FALSE(a.planar);
+    ASSERT_TRUE(b.planar);
+    uint32_t differing = 0;
+    for (uint32_t y = 0; y < a.height; ++y)
+        for (uint32_t x = 0; x < a.width; ++x)
+            for (uint16_t s = 0; s < 6; ++s) differing += Sample(a, x, y, s) != Sample(b, x, y, s);
+    EXPECT_EQ(differing, 0u);
+    // Relaying the output on request changes the layout, not the pixels.
+    ASSERT_EQ(Run("apply -l '" + Link("rgb-to-6.lnk") + "' --planar '" + Path("a.tif") + "' '" + Path("c-out.tif") + "'").code, 0);
+    const host::Image c = host::ReadTiff(Path("c-out.tif"));
+    EXPECT_TRUE(c.planar);
+    EXPECT_TRUE(c.planes == b.planes);
+}
+
+TEST_F(Host, ThreadCountsGiveIdenticalBytes) {
+    ASSERT_EQ(Run("testimage -a -s 333x257 '" + Path("in.tif") + "'").code, 0);
+    for (const char* threads : {"1", "2", "7"})
+        ASSERT_EQ(Run(std::string("apply -t ") + threads + " -l '" + Link("rgb-to-rgb.lnk") + "' '" + Path("in.tif") +
+                      "' '" + Path(std::string("out") + threads + ".tif") + "'").code, 0);
+    const std::string one = Slurp(Path("out1.tif"));
+    EXPECT_FALSE(one.empty());
+    EXPECT_TRUE(Slurp(Path("out2.tif")) == one);
+    EXPECT_TRUE(Slurp(Path("out7.tif")) == one);
+}
+
+TEST_F(Host, RgbResultsWriteAPngProof) {
+    ASSERT_EQ(Run("testimage --space cmyk -b 16 -s 64x48 '" + Path("in.tif") + "'").code, 0);
+    ASSERT_EQ(Run("apply -l '" + Link("cmyk-to-rgb.lnk") + "' '" + Path("in.tif") + "' '" + Path("proof.png") + "'").code, 0);
+    const std::string png = Slurp(Path("proof.png"));
+    ASSERT_GT(png.size(), 33u);
+    EXPECT_EQ(png.substr(1, 3), "PNG");
+    auto u32 = [&](size_t at) {
+        return uint32_t(uint8_t(png[at])) << 24 | uint32_t(uint8_t(png[at + 1])) << 16 |
+               uint32_t(uint8_t(png[at + 2])) << 8 | uint8_t(png[at + 3]);
+    };
+    EXPECT_EQ(u32(16), 64u);       // IHDR width
+    EXPECT_EQ(u32(20), 48u);       // height
+    EXPECT_EQ(uint8_t(png[24]), 16);  // bit depth
+    EXPECT_EQ(uint8_t(png[25]), 2);   // RGB
+
+    // A CMYK result has no PNG form: refused before any file is made.
+    const Result r = Run("apply -l '" + Link("rgb-to-6.lnk") + "' '" + Path("in.tif") + "' '" + Path("six.png") + "'");
+    EXPECT_NE(r.code, 0);
+}
+
+// ---- Values and links ----
+
+TEST_F(Host, ConvertAgreesWithDoTrafoFromArgumentsAndStdin) {
+    LoadedLink link(Link("cmyk-to-rgb.lnk"));
+    const double cmyk[2][4] = {{10, 20, 30, 40}, {0, 100, 55.5, 0}};
+    std::string expected;
+    for (const auto& colour : cmyk) {
+        double rgb[3];
+        ASSERT_EQ(TKDoTrafo(link.ref, colour, rgb), 0);
+        char line[128];
+        std::snprintf(line, sizeof line, "%.3f %.3f %.3f\n", rgb[0], rgb[1], rgb[2]);
+        expected += line;
+    }
+    const Result args = Run("convert -l '" + Link("cmyk-to-rgb.lnk") + "' 10 20 30 40 0 100 55.5 0");
+    EXPECT_EQ(args.code, 0) << args.err;
+    EXPECT_EQ(args.out, expected);
+    const Result input = Run("convert -l '" + Link("cmyk-to-rgb.lnk") + "'", "10 20 30 40\n# a comment\n0, 100, 55.5, 0\n");
+    EXPECT_EQ(input.code, 0) << input.err;
+    EXPECT_EQ(input.out, expected);
+
+    const Result shortLine = Run("convert -l '" + Link("cmyk-to-rgb.lnk") + "'", "10 20 30\n");
+    EXPECT_EQ(shortLine.code, 1);
+    EXPECT_NE(shortLine.err.find("line 1"), std::string::npos) << shortLine.err;
+    EXPECT_EQ(Run("convert -l '" + Link("cmyk-to-rgb.lnk") + "' 1 2 3").code, 2);
+    EXPECT_EQ(Run("convert -l '" + Link("cmyk-to-rgb.lnk") + "' 1 2 x 4").code, 1);
+}
+
+TEST_F(Host, LinkBakesASavedLinkOntoAnotherGrid) {
+    const Result r = Run("link -l '" + Link("rgb-to-rgb.lnk") + "' -g 3 -o '" + Path("g9.lnk") + "'");
+    ASSERT_EQ(r.code, 0) << r.err;
+    EXPECT_NE(r.out.find("9^3"), std::string::npos) << r.out;
+    LoadedLink link(Path("g9.lnk"));
+    EXPECT_EQ(TKGetTrafoSrcDim(link.ref), 3);
+    EXPECT_EQ(TKGetTrafoDstDim(link.ref), 3);
+    EXPECT_EQ(Run("link -l '" + Link("rgb-to-rgb.lnk") + "' -g 9 -o '" + Path("x.lnk") + "'").code, 2);
+    EXPECT_EQ(Run("link -l '" + Link("rgb-to-rgb.lnk") + "'").code, 2);
+}
+
+TEST_F(Host, InfoShowsHeaderAndTags) {
+    const Result r = Run("info '" + kData + "/FOGRA39L.icc'");
+    ASSERT_EQ(r.code, 0) << r.err;
+    // Values as iccdump shows them for this file.
+    EXPECT_NE(r.out.find("'prtr' (output)"), std::string::npos);
+    EXPECT_NE(r.out.find("16 tags"), std::string::npos);
+    EXPECT_NE(r.out.find("'B2A0' mft2      54436    53692  ok       3 in, 4 out, 17 grid points"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("4 colorants: Cyan, Magenta, Yellow, Black"), std::string::npos);
+
+    // A cut profile: the tags that run past the end are marked, not read.
+    std::string cut = Slurp(kData + "/FOGRA39L.icc").substr(0, 60000);
+    std::ofstream(Path("cut.icc"), std::ios::binary) << cut;
+    const Result damaged = Run("info '" + Path("cut.icc") + "'");
+    EXPECT_EQ(damaged.code, 0);
+    EXPECT_NE(damaged.out.find("invalid"), std::string::npos);
+    std::ofstream(Path("junk.icc"), std::ios::binary) << std::string(500, 'x');
+    const Result junk = Run("info '" + Path("junk.icc") + "'");
+    EXPECT_EQ(junk.code, 1);
+    EXPECT_NE(junk.err.find("junk.icc"), std::string::npos);
+}
+
+// ---- Failures: one line naming the file and the reason, non-zero exit, nothing left behind ----
+
+void ExpectOneLineError(const Result& r, const std::string& mentions) {
+    EXPECT_EQ(r.code, 1) << r.err;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+    EXPECT_NE(r.err.find(mentions), std::string::npos) << r.err;
+}
+
+TEST_F(Host, BadInputFailsCleanly) {
+    ASSERT_EQ(Run("testimage -s 40x30 '" + Path("in.tif") + "'").code, 0);
+    ASSERT_EQ(Run("testimage --space cmyk -s 40x30 '" + Path("cmyk.tif") + "'").code, 0);
+    const std::string corrupt = Path("corrupt.lnk");
+    std::ofstream(corrupt, std::ios::binary) << Slurp(Link("rgb-to-rgb.lnk")).substr(0, 5000);
+    std::ofstream(Path("corrupt.tif"), std::ios::binary) << Slurp(Path("in.tif")).substr(0, 300);
+    const std::vector<std::string> before = Files();
+
+    ExpectOneLineError(Run("apply -l '" + Path("missing.lnk") + "' '" + Path("in.tif") + "' '" + Path("o.tif") + "'"),
+                       "missing.lnk");
+    const Result bad = Run("apply -l '" + corrupt + "' '" + Path("in.tif") + "' '" + Path("o.tif") + "'");
+    ExpectOneLineError(bad, "corrupt.lnk");
+    ExpectOneLineError(Run("apply -l '" + Link("rgb-to-rgb.lnk") + "' '" + Path("cmyk.tif") + "' '" + Path("o.tif") + "'"),
+                       "4 colour channels; the trafo takes 3");
+    ExpectOneLineError(Run("apply -l '" + Link("rgb-to-rgb.lnk") + "' '" + Path("corrupt.tif") + "' '" + Path("o.tif") + "'"),
+                       "corrupt.tif");
+    ExpectOneLineError(Run("apply -l '" + Link("rgb-to-rgb.lnk") + "' '" + Path("nothere.tif") + "' '" + Path("o.tif") + "'"),
+                       "nothere.tif");
+    ExpectOneLineError(Run("convert -l '" + corrupt + "' 1 2 3"), "corrupt.lnk");
+    EXPECT_EQ(Files(), before);
+
+    // A directory that cannot be written: the output's name and the reason.
+    ASSERT_EQ(mkdir(Path("locked").c_str(), 0555), 0);
+    if (access(Path("locked").c_str(), W_OK) != 0) {  // root may write anyway
+        ExpectOneLineError(Run("apply -l '" + Link("rgb-to-rgb.lnk") + "' '" + Path("in.tif") + "' '" +
+                               Path("locked/o.tif") + "'"),
+                           "locked/o.tif");
+        ExpectOneLineError(Run("testimage '" + Path("locked/t.tif") + "'"), "locked/t.tif");
+    }
+    ExpectOneLineError(Run("apply -l '" + Link("rgb-to-rgb.lnk") + "' '" + Path("in.tif") + "' '" +
+                           Path("nodir/o.tif") + "'"),
+                       "nodir/o.tif");
+}
+
+TEST_F(Host, UsageMistakesExitWithTwo) {
+    EXPECT_EQ(Run("").code, 2);
+    EXPECT_EQ(Run("frobnicate").code, 2);
+    EXPECT_EQ(Run("apply --bogus a b").code, 2);
+    EXPECT_EQ(Run("apply -t 0 -l x a b").code, 2);
+    EXPECT_EQ(Run("testimage -s 0x5 '" + Path("t.tif") + "'").code, 2);
+    for (const char* command : {"info", "convert", "link", "apply", "testimage"}) {
+        const Result help = Run(std::string(command) + " --help");
+        EXPECT_EQ(help.code, 0) << command;
+        EXPECT_NE(help.out.find("usage: tintara"), std::string::npos) << command;
+    }
+}
+
+}  // namespace
