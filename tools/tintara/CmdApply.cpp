@@ -143,7 +143,7 @@ int RunApply(Args& args) {
                 profileName.empty() ? "no profile embedded" : ("embedded " + profileName).c_str());
     if (chain.link.empty()) {
         const LinkShape shape = ShapeOf(link);
-        std::printf("  link baked in %.2f s, grid %s\n", bakeSeconds, shape.Text().c_str());
+        std::printf("  link set up in %.2f s, grid %s\n", bakeSeconds, shape.Text().c_str());
     }
     std::printf("  read %.2f s, matched %.2f s on %d thread%s (%.1f Mpixel/s), total %.2f s\n", readSeconds,
                 matchSeconds, threads, threads == 1 ? "" : "s", matchSeconds > 0 ? megapixels / matchSeconds : 0.0,
