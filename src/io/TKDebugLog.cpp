@@ -15,6 +15,7 @@
 #include "foundation/TKThreads.h"
 #include "io/TKFile.h"
 #include "io/TKFileSystem.h"
+#include "io/TKGlobalData.h"
 
 // The build system may stamp these; a plain build says what it is.
 #ifndef TINTARA_VERSION
@@ -26,6 +27,7 @@
 
 const char kTKDebugSeparator[] = "-------------------------------------------";
 const char kTKDebugSemaphoreName[] = "TKDebugSemaphore";
+const char kTKDebugFileKey[] = "DebugFile";
 
 namespace {
 
@@ -186,9 +188,14 @@ TKFileSpec InitLog(const TKString& folder, const TKString& fileName, int32_t max
         // A log that cannot be set up leaves the engine without a log, not without work.
         return state.file;
     }
-    lock.unlock();  // the header goes through the sink, which may log a failure of its own
+    TKFileSpec spec = state.file;
+    lock.unlock();  // what follows may log a failure of its own through the new sink
+    try {
+        TKGlobalData::SetString(kTKDebugFileKey, spec.FullName());
+    } catch (...) {
+    }
     DebugWrite(kDebugGeneral, DebugLogHeader().CString());
-    return DebugLogFile();
+    return spec;
 }
 
 TKFileSpec DebugLogFile() {

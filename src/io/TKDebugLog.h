@@ -12,6 +12,8 @@
 extern const char kTKDebugSeparator[];
 // Serialises log writes across threads and processes.
 extern const char kTKDebugSemaphoreName[];
+// The key of the global data base that holds the log's path once InitLog has chosen a file.
+extern const char kTKDebugFileKey[];
 
 // Appends channel text to one file through a TKFlushFileStream, under the named semaphore.
 // Each write opens the file, appends at its end and closes it again, so that several processes
@@ -38,7 +40,8 @@ private:
 //   "TKDebugLog.txt" without a name; it lies in `folder`, or in the debugging folder without one.
 //   A missing folder is created.
 // - A file longer than `maxSize` (when at least 1) is shrunk by ShrinkLog.
-// Failures are swallowed. Returns the log's path, empty when no file was selected or it failed.
+// The path is stored under "DebugFile" in the global data base. Failures are swallowed.
+// Returns the log's path, empty when no file was selected or it failed.
 TKFileSpec InitLog(const TKString& folder, const TKString& fileName, int32_t maxSize, bool once = true);
 
 // The path of the log file; empty before InitLog or when it selected no file.

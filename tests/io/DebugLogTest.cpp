@@ -15,6 +15,7 @@
 #include "foundation/TKDebug.h"
 #include "foundation/TestDebugCapture.h"
 #include "io/TKDebugLog.h"
+#include "io/TKGlobalData.h"
 #include "support/TestSupport.h"
 
 namespace fs = std::filesystem;
@@ -44,8 +45,8 @@ std::vector<std::string> Lines(const std::string& text) {
 class DebugLog : public ::testing::Test {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/tintara-log-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
+        std::string pattern = (fs::temp_directory_path() / "tintara-log-XXXXXX").string();
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
         folder = pattern;
     }
     void TearDown() override { fs::remove_all(folder); }
@@ -61,6 +62,7 @@ TEST_F(DebugLog, CreatesTheDefaultFileWithAHeader) {
     TKFileSpec spec = InitLog(Folder(), "", 0, false);
     EXPECT_EQ(std::string(spec.FullName().CString()), (folder / "TKDebugLog.txt").string());
     EXPECT_EQ(DebugLogFile().FullName(), spec.FullName());
+    EXPECT_STREQ(TKGlobalData::GetString("DebugFile").CString(), spec.FullName().CString());
     std::vector<std::string> lines = Lines(ReadFile(folder / "TKDebugLog.txt"));
     ASSERT_EQ(lines.size(), 5u);
     EXPECT_EQ(lines[0], kTKDebugSeparator);

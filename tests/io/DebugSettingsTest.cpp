@@ -21,8 +21,8 @@ namespace {
 class DebugSettings : public ::testing::Test {
 protected:
     void SetUp() override {
-        char pattern[] = "/tmp/tintara-settings-XXXXXX";
-        ASSERT_NE(mkdtemp(pattern), nullptr);
+        std::string pattern = (fs::temp_directory_path() / "tintara-settings-XXXXXX").string();
+        ASSERT_NE(mkdtemp(pattern.data()), nullptr);
         folder = pattern;
     }
     void TearDown() override { fs::remove_all(folder); }
