@@ -96,8 +96,8 @@ TKICCLutLutTrafo::TKICCLutLutTrafo(TKICCLutTag* tag, int32_t mode) : TKLutTrafo(
     if (!tag) TKThrow(PtrInvalid);
     const int32_t in = tag->GetInputChannels(), out = tag->GetOutputChannels(), grid = tag->GetGridPoints();
     if (in < 1 || out < 1 || grid < 2) TKThrowMsg(InvalidICCTag, "LUT without channels or grid");
-    // The tag checks its own size; this refuses a header whose tables are missing before allocating.
-    if (uint64_t(tag->GetDataSize()) + 8 < tag->GetExpectedSize()) TKThrowMsg(InvalidICCTag, "LUT shorter than announced");
+    // A header whose tables are missing is refused before the grid is allocated.
+    if (uint64_t(tag->GetDataSize()) < tag->GetExpectedSize()) TKThrowMsg(InvalidICCTag, "LUT shorter than announced");
     SetupGrid(std::vector<int32_t>(size_t(in), grid), out, TKCLUT::kWord);
     SetTypes(int32_t(GetNormType(in)), int32_t(GetNormType(out)));
     for (int32_t node = 0; node < fCLUT.GetNodeCount(); ++node) tag->GetGridPoint(node, fCLUT.MutableNodeWords(node));
@@ -150,8 +150,15 @@ TKICC4LutLutTrafo::TKICC4LutLutTrafo(TKICC4LutTag* tag, int32_t mode) : TKLutTra
         grid[size_t(c)] = tag->GetGridPoints(c);
         if (grid[size_t(c)] < 2) TKThrowMsg(InvalidICCTag, "CLUT with fewer than 2 grid points");
     }
-    // GetCLUTEntries checks the table against the block before the grid is allocated.
+    // The table must lie inside the block before the grid is allocated: 20 bytes of grid sizes
+    // and precision after the offset (counted from the tag's 8-byte head), then the entries.
     const uint64_t entries = tag->GetCLUTEntries();
+    const uint64_t offset = tag->GetStageOffset(TKICC4LutTag::kCLUT);
+    const int32_t precision = tag->GetPrecision();
+    if (precision != 1 && precision != 2) TKThrowMsg(InvalidICCTag, "CLUT precision");
+    if (offset < 8 || entries > (uint64_t(1) << 40) ||
+        offset - 8 + 20 + entries * uint64_t(precision) > uint64_t(tag->GetDataSize()))
+        TKThrowMsg(InvalidICCTag, "CLUT outside the tag");
     SetupGrid(grid, out, TKCLUT::kWord);
     if (entries < uint64_t(fCLUT.GetNodeCount()) * uint64_t(out)) TKThrowMsg(InvalidICCTag, "CLUT too short");
     SetTypes(int32_t(GetNormType(in)), int32_t(GetNormType(out)));

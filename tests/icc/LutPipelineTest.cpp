@@ -236,6 +236,15 @@ TEST_F(LutPipelineErrorTest, StageClassesRefuseOtherTagsAndShortBlocks) {
     profile->AddTag(broken.Get(), false);
     EXPECT_TKERROR(TKICCTrafoBuilder(profile.Get()).GetLutTrafo(TKICCSig("A2B0")), InvalidICCTag);
 
+    // A 4-LUT whose CLUT claims 255 points per channel in a block of 124 bytes.
+    auto gray = NewProfile("GRAY", "Lab ", "prtr", 0x04300000);
+    auto lut4 = TKMakeRef<TKICC4LutTag>(TKICCSig("mBA "), TKICCSig("B2A0"));
+    std::vector<uint8_t> body = MBABody(true);
+    for (int i = 0; i < 3; ++i) body[72 + size_t(i)] = 255;
+    lut4->SetData(body.data(), uint32_t(body.size()), kBigEndian);
+    gray->AddTag(lut4.Get(), false);
+    EXPECT_TKERROR(TKICCTrafoBuilder(gray.Get()).GetB2ATrafo(0), InvalidICCTag);
+
     // A table of the wrong channel count for the profile's colour space.
     auto cmyk = NewProfile("CMYK", "Lab ", "prtr");
     cmyk->AddTag(tag.Get(), false);
