@@ -26,6 +26,12 @@ void AppendNew(TKTrafoList& list, Args&&... args) {
     list.Append(new T(std::forward<Args>(args)...), true);
 }
 
+// The 8-bit or the 16-bit class of a stage, by the tag's type.
+template <class Base, class Lut8, class Lut16, class... Args>
+TKRefPtr<Base> NewByWidth(bool lut8, Args... args) {
+    return TKRefPtr<Base>(lut8 ? static_cast<Base*>(new Lut8(args...)) : new Lut16(args...), true);
+}
+
 // Appends a curve stage unless it is the identity.
 void AppendCurves(TKTrafoList& list, TKRefPtr<TKVectorLinearization> curves) {
     if (curves && !curves->IsIdentity()) list.Append(curves.Get(), false);
@@ -127,32 +133,22 @@ TKRefPtr<TKTrafoList> TKICCTrafoBuilder::GetLutTrafo(uint32_t tagSignature) {
     AppendNew<TKColor2NormTrafo>(*list, in, range);
 
     if (lut) {
+        const bool lut8 = lut->GetType() == TKICCSig("mft1");
         if (in == kXYZ) {
-            TKRefPtr<TKICCLutMatrixTrafo> matrix(lut->GetType() == TKICCSig("mft1")
-                                                     ? static_cast<TKICCLutMatrixTrafo*>(new TKICCLut8MatrixTrafo(lut))
-                                                     : new TKICCLut16MatrixTrafo(lut),
-                                                 true);
+            auto matrix = NewByWidth<TKICCLutMatrixTrafo, TKICCLut8MatrixTrafo, TKICCLut16MatrixTrafo>(lut8, lut);
             if (!matrix->GetMatrix().IsIdentity(1e-9)) list->Append(matrix.Get(), false);
         }
         // A Lab to Lab table keeps its curves free of a colour type, so nothing remaps them.
         const bool labToLab = in == kLab && out == kLab;
-        const bool lut8 = lut->GetType() == TKICCSig("mft1");
-        TKRefPtr<TKICCLutLinTrafo> inCurves(
-            lut8 ? static_cast<TKICCLutLinTrafo*>(new TKICCLut8InputTrafo(lut, labToLab ? 0 : in))
-                 : new TKICCLut16InputTrafo(lut, labToLab ? 0 : in),
-            true);
+        auto inCurves =
+            NewByWidth<TKICCLutLinTrafo, TKICCLut8InputTrafo, TKICCLut16InputTrafo>(lut8, lut, labToLab ? 0 : in);
         inCurves->SetInterpolationParameter(2, lut->GetGridPoints());
         AppendCurves(*list, inCurves);
-        TKRefPtr<TKICCLutLutTrafo> grid(lut8 ? static_cast<TKICCLutLutTrafo*>(new TKICCLut8LutTrafo(lut, mode))
-                                             : new TKICCLut16LutTrafo(lut, mode),
-                                        true);
+        auto grid = NewByWidth<TKICCLutLutTrafo, TKICCLut8LutTrafo, TKICCLut16LutTrafo>(lut8, lut, mode);
         grid->SetInterpolationParameter(2, lut->GetGridPoints());
         list->Append(grid.Get(), false);
-        TKRefPtr<TKICCLutLinTrafo> outCurves(
-            lut8 ? static_cast<TKICCLutLinTrafo*>(new TKICCLut8OutputTrafo(lut, labToLab ? 0 : out))
-                 : new TKICCLut16OutputTrafo(lut, labToLab ? 0 : out),
-            true);
-        AppendCurves(*list, outCurves);
+        AppendCurves(*list, NewByWidth<TKICCLutLinTrafo, TKICCLut8OutputTrafo, TKICCLut16OutputTrafo>(
+                                lut8, lut, labToLab ? 0 : out));
     } else {
         TKRefPtr<TKTrafoList> stages = FourLutStages(lut4, mode);
         if (in == kLab && WantsLabAdaption(*stages, out)) AppendNew<TKAdaptICC4LabNorm>(*list, true);
