@@ -72,13 +72,15 @@ TKMat3 Cat02Inverse() {
     return inverse;
 }
 
+// The cone responses of the D50 white, the levels the perceptual curve measures against.
+struct D50ConeValues {
+    double c[3];
+    D50ConeValues() { kTKCAT02.Apply(kTKWhiteD50, c); }
+};
+
 const double* D50Cone() {
-    static const double* cone = [] {
-        static double c[3];
-        kTKCAT02.Apply(kTKWhiteD50, c);
-        return c;
-    }();
-    return cone;
+    static const D50ConeValues values;
+    return values.c;
 }
 
 }  // namespace

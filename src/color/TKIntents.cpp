@@ -2,6 +2,7 @@
 #include "color/TKIntents.h"
 
 #include <cstring>
+#include <utility>
 
 #include "color/TKBlackCompensationTrafo.h"
 #include "color/TKBrightenerCorrectionTrafo.h"
