@@ -123,6 +123,26 @@ TEST_F(LutPipelineTest, Lut16StagesInOrderWithBoundCurves) {
     EXPECT_EQ(builder.GetLutGridPoints(TKICCSig("A2B1")), 0);
 }
 
+// An 8-bit table encodes Lab with L 100 at full scale (not at 0xFF00): a node of 255 reads L 100.
+TEST_F(LutPipelineTest, Lut8ReadsLabInTheEightBitEncoding) {
+    auto profile = NewProfile("CMYK", "Lab ", "prtr");
+    auto tag = TKMakeRef<TKICCLutTag>(TKICCSig("mft1"), TKICCSig("A2B1"));
+    tag->SetupLut8(4, 3, 2);
+    for (int c = 0; c < 4; ++c)
+        for (int i = 0; i < 256; ++i) tag->SetInputCurvePoint(c, i, uint16_t(i * 257));
+    for (int c = 0; c < 3; ++c)
+        for (int i = 0; i < 256; ++i) tag->SetOutputCurvePoint(c, i, uint16_t(i * 257));
+    const uint16_t white[3] = {0xFFFF, 0x8080, 0x8080};
+    for (int n = 0; n < 16; ++n) tag->SetGridPoint(n, white);
+    profile->AddTag(tag.Get(), false);
+    auto list = TKICCTrafoBuilder(profile.Get()).GetLutTrafo(TKICCSig("A2B1"));
+    EXPECT_TRUE(Has(*list, "TKICCLut8LutTrafo"));
+    TKVector lab = list->Trafo(TKVector({10.0, 20.0, 30.0, 40.0}, TKCMYKSpace));
+    EXPECT_NEAR(lab[0], 100.0, 1e-9);
+    EXPECT_NEAR(lab[1], 0.0, 1e-9);
+    EXPECT_NEAR(lab[2], 0.0, 1e-9);
+}
+
 TEST_F(LutPipelineTest, LabToLabCurvesStayUnbound) {
     auto profile = NewProfile("Lab ", "Lab ", "abst");
     auto tag = NewLut16(TKICCSig("A2B0"), 3, 3, 2, 0.5, [](int64_t n, int c) { return uint16_t((n >> (2 - c)) & 1 ? 0xFFFF : 0); });
