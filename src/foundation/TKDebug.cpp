@@ -112,6 +112,7 @@ bool ChannelEnabled(int32_t channel) {
 }
 
 void DebugPrintf(int32_t channel, const char* format, ...) {
+    if (!ChannelEnabled(channel)) return;  // the common case: not even the arguments are touched
     va_list args;
     va_start(args, format);
     DebugVPrintf(channel, format, args);
