@@ -1,6 +1,7 @@
 // Black points of real profiles: media, device and the two black points for black point
 // compensation, in both generations, against Little CMS's detection on the same profiles
 // (tests/data/icc-trafo/lcms-blackpoints.csv, made by tools/icc_trafo_reference).
+#include <cstdio>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -49,27 +50,30 @@ protected:
 };
 
 // The direct black point is the darkest colour the relative table reaches; Little CMS finds the
-// same colour by its own search (within the table's interpolation, 0.5 L).
+// same colour by its own search (0.05 L).
 TEST_F(BlackPointTest, DirectBlackPointMatchesLittleCMS) {
     for (const char* name : {"icc/FOGRA39L-cmyk-v2.icc", "icc-trafo/FOGRA29L.icc"}) {
         auto profile = LoadProfile(name);
         TKICCTrafoBuilder builder(profile.Get());
         TKVector black = builder.GetBlackPointForBPC(1, nullptr, true);
-        EXPECT_NEAR(LOf(black), LOfY(LcmsBlackY(name, 1, false)), 0.5) << name;
+        std::printf("%s direct L %.3f, Little CMS %.3f\n", name, LOf(black), LOfY(LcmsBlackY(name, 1, false)));
+        EXPECT_NEAR(LOf(black), LOfY(LcmsBlackY(name, 1, false)), 0.05) << name;
         TKVector lab = ConvertColor(TKLabSpace, black);
         EXPECT_NEAR(lab[1], 0.0, 1e-6);
         EXPECT_NEAR(lab[2], 0.0, 1e-6);
     }
 }
 
-// The round trip fit for the perceptual intent lands near Little CMS's destination black.
+// The round trip fit for the perceptual intent lands within 0.3 L of Little CMS's destination black (both fit the same
+// round trip; the fits differ in detail).
 TEST_F(BlackPointTest, TableBlackPointMatchesLittleCMS) {
     for (const char* name : {"icc/FOGRA39L-cmyk-v2.icc", "icc-trafo/FOGRA29L.icc"}) {
         auto profile = LoadProfile(name);
         TKICCTrafoBuilder builder(profile.Get());
         for (int intent : {0, 1}) {
             const double l = LOf(builder.GetBlackPointForBPCWithTable(intent, nullptr, true));
-            EXPECT_NEAR(l, LOfY(LcmsBlackY(name, intent, true)), 1.0) << name << " intent " << intent;
+            std::printf("%s intent %d table L %.3f, Little CMS %.3f\n", name, intent, l, LOfY(LcmsBlackY(name, intent, true)));
+            EXPECT_NEAR(l, LOfY(LcmsBlackY(name, intent, true)), 0.3) << name << " intent " << intent;
             EXPECT_LE(l, 50.0);
         }
     }
