@@ -39,34 +39,14 @@ void TKICCLutTag::RequireLutType() const {
     if (fType != TKICCSig("mft1") && fType != TKICCSig("mft2")) TKThrow(InvalidICCTag);
 }
 
-void TKICCLutTag::SetupLut8(int32_t in, int32_t out, int32_t grid) {
-    if (in < 1 || in > 15 || out < 1 || out > 15 || grid < 2 || grid > 255) TKThrow(ArgErr);
-    fType = TKICCSig("mft1");
-    uint64_t size = 40 + uint64_t(in + out) * 256 + SatMul(uint64_t(out), SatPow(uint64_t(grid), uint64_t(in)));
-    if (size > 0x7FFFFFFF) TKThrow(MemFullErr);
-    std::vector<uint8_t> block(size, 0);
-    block[0] = uint8_t(in);
-    block[1] = uint8_t(out);
-    block[2] = uint8_t(grid);
-    for (int i = 0; i < 3; ++i) {
-        int32_t one = 0x10000;
-        std::memcpy(block.data() + 4 + 16 * i, &one, 4);
-    }
-    SetHostBlock(std::move(block));
-}
+namespace {
 
-void TKICCLutTag::SetupLut16(int32_t in, int32_t out, int32_t inEntries, int32_t outEntries, int32_t grid) {
-    if (in < 1 || in > 15 || out < 1 || out > 15 || grid < 2 || grid > 255 || inEntries < 2 ||
-        inEntries > 4096 || outEntries < 2 || outEntries > 4096)
-        TKThrow(ArgErr);
-    fType = TKICCSig("mft2");
-    uint64_t words = uint64_t(in) * uint64_t(inEntries) + uint64_t(out) * uint64_t(outEntries) +
-                     SatMul(uint64_t(out), SatPow(uint64_t(grid), uint64_t(in)));
-    uint64_t size = SatAdd(44, SatMul(words, 2));
+// A zeroed "mft" block of `size` bytes with its channel counts and an identity matrix.
+std::vector<uint8_t> NewLutBlock(uint64_t size, int32_t in, int32_t out, int32_t grid) {
     if (size > 0x7FFFFFFF) TKThrow(MemFullErr);
     std::vector<uint8_t> block;
     try {
-        block.assign(size, 0);
+        block.assign(size_t(size), 0);
     } catch (const std::bad_alloc&) {
         TKThrow(MemFullErr);
     }
@@ -77,6 +57,26 @@ void TKICCLutTag::SetupLut16(int32_t in, int32_t out, int32_t inEntries, int32_t
         int32_t one = 0x10000;
         std::memcpy(block.data() + 4 + 16 * i, &one, 4);
     }
+    return block;
+}
+
+}  // namespace
+
+void TKICCLutTag::SetupLut8(int32_t in, int32_t out, int32_t grid) {
+    if (in < 1 || in > 15 || out < 1 || out > 15 || grid < 2 || grid > 255) TKThrow(ArgErr);
+    fType = TKICCSig("mft1");
+    uint64_t size = 40 + uint64_t(in + out) * 256 + SatMul(uint64_t(out), SatPow(uint64_t(grid), uint64_t(in)));
+    SetHostBlock(NewLutBlock(size, in, out, grid));
+}
+
+void TKICCLutTag::SetupLut16(int32_t in, int32_t out, int32_t inEntries, int32_t outEntries, int32_t grid) {
+    if (in < 1 || in > 15 || out < 1 || out > 15 || grid < 2 || grid > 255 || inEntries < 2 ||
+        inEntries > 4096 || outEntries < 2 || outEntries > 4096)
+        TKThrow(ArgErr);
+    fType = TKICCSig("mft2");
+    uint64_t words = uint64_t(in) * uint64_t(inEntries) + uint64_t(out) * uint64_t(outEntries) +
+                     SatMul(uint64_t(out), SatPow(uint64_t(grid), uint64_t(in)));
+    std::vector<uint8_t> block = NewLutBlock(SatAdd(44, SatMul(words, 2)), in, out, grid);
     uint16_t entries[2] = {uint16_t(inEntries), uint16_t(outEntries)};
     std::memcpy(block.data() + 40, entries, 4);
     SetHostBlock(std::move(block));
