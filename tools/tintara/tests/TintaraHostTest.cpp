@@ -371,6 +371,69 @@ TEST_F(Host, BadInputFailsCleanly) {
                        "nodir/o.tif");
 }
 
+#if TINTARA_HOST_PROFILES
+// ---- Profile chains (built when the library has its profile functions) ----
+
+std::vector<double> Numbers(const std::string& text) {
+    std::istringstream in(text);
+    std::vector<double> values;
+    for (double v; in >> v;) values.push_back(v);
+    return values;
+}
+
+TEST_F(Host, ConvertReachesBothConnectionSpaces) {
+    const std::string srgb = "'" + kData + "/sRGB.icc'";
+    // The white of sRGB, relative colorimetric, is the connection-space white D50: Lab 100 0 0,
+    // XYZ 96.42 100 82.49 (the ICC's D50).
+    const Result lab = Run("convert -i relative -p " + srgb + " --to lab 255 255 255");
+    ASSERT_EQ(lab.code, 0) << lab.err;
+    const std::vector<double> l = Numbers(lab.out);
+    ASSERT_EQ(l.size(), 3u) << lab.out;
+    EXPECT_NEAR(l[0], 100.0, 0.5);
+    EXPECT_NEAR(l[1], 0.0, 0.5);
+    EXPECT_NEAR(l[2], 0.0, 0.5);
+    const Result xyz = Run("convert -i relative -p " + srgb + " --to xyz 255 255 255");
+    ASSERT_EQ(xyz.code, 0) << xyz.err;
+    const std::vector<double> x = Numbers(xyz.out);
+    ASSERT_EQ(x.size(), 3u) << xyz.out;
+    EXPECT_NEAR(x[0], 96.42, 0.5);
+    EXPECT_NEAR(x[1], 100.0, 0.5);
+    EXPECT_NEAR(x[2], 82.49, 0.5);
+    // And back: the connection-space white to sRGB is full white, from either space.
+    for (const char* from : {"--from lab 100 0 0", "--from xyz 96.42 100 82.49"}) {
+        const Result back = Run("convert -i relative -p " + srgb + " " + from);
+        ASSERT_EQ(back.code, 0) << back.err;
+        for (double v : Numbers(back.out)) EXPECT_NEAR(v, 255.0, 1.5) << from;
+    }
+}
+
+TEST_F(Host, ApplyThroughAProfileChainAgreesWithTheChainsLink) {
+    const std::string chain = "-i perceptual -p '" + kData + "/sRGB.icc' -p '" + kData + "/FOGRA39L.icc'";
+    ASSERT_EQ(Run("testimage -s 120x90 '" + Path("in.tif") + "'").code, 0);
+    const Result apply = Run("apply -g 4 " + chain + " '" + Path("in.tif") + "' '" + Path("out.tif") + "'");
+    ASSERT_EQ(apply.code, 0) << apply.err;
+    const Result link = Run("link -g 4 " + chain + " -o '" + Path("chain.lnk") + "'");
+    ASSERT_EQ(link.code, 0) << link.err;
+    EXPECT_NE(link.out.find("17^3"), std::string::npos) << link.out;
+    const host::Image out = host::ReadTiff(Path("out.tif"));
+    EXPECT_EQ(out.photometric, PHOTOMETRIC_SEPARATED);
+    EXPECT_TRUE(std::string(out.iccProfile.begin(), out.iccProfile.end()) == Slurp(kData + "/FOGRA39L.icc"));
+    EXPECT_LE(LargestDifference(Path("chain.lnk"), host::ReadTiff(Path("in.tif")), out, 3), 1.0);
+}
+
+TEST_F(Host, MissingOrDamagedProfilesFailCleanly) {
+    std::ofstream(Path("junk.icc"), std::ios::binary) << std::string(400, 'j');
+    ExpectOneLineError(Run("convert -p '" + Path("nothere.icc") + "' 1 2 3"), "nothere.icc");
+    ExpectOneLineError(Run("convert -p '" + Path("junk.icc") + "' 1 2 3"), "junk.icc");
+    ASSERT_EQ(Run("testimage -s 20x20 '" + Path("in.tif") + "'").code, 0);
+    const std::vector<std::string> before = Files();
+    ExpectOneLineError(Run("apply -p '" + Path("junk.icc") + "' -p '" + kData + "/FOGRA39L.icc' '" + Path("in.tif") +
+                           "' '" + Path("o.tif") + "'"),
+                       "junk.icc");
+    EXPECT_EQ(Files(), before);
+}
+#endif
+
 TEST_F(Host, UsageMistakesExitWithTwo) {
     EXPECT_EQ(Run("").code, 2);
     EXPECT_EQ(Run("frobnicate").code, 2);
