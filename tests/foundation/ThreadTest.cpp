@@ -162,6 +162,26 @@ TEST(Thread, KillTakesEffectAtAPoll) {
     EXPECT_EQ(thread->Wait(), Cancel);
 }
 
+TEST(Thread, StopAndKillAreLoggedOnTestChannel) {
+    ScopedDebugCapture capture;
+    SetChannelEnabled(kDebugTest1, true);
+    std::atomic<bool> started{false};
+    auto thread = MakeThread("logged", [&](TKThread& self) {
+        started = true;
+        for (;;) (void)self.StopRequested();  // ignores the stop: only the kill ends it
+    });
+    thread->Start();
+    SpinUntil(started);
+    thread->Stop();
+    thread->Kill();
+    EXPECT_EQ(thread->Wait(), Cancel);
+    std::vector<std::string> writes = capture.sink->Writes();
+    ASSERT_EQ(writes.size(), 3u);
+    EXPECT_EQ(writes[0], "TKThread::Stop\n");
+    EXPECT_EQ(writes[1], "TKThread::Kill: TKCancel\n");
+    EXPECT_EQ(writes[2].rfind("Error: 56 ", 0), 0u) << writes[2];  // the Cancel record itself
+}
+
 TEST(Thread, KillOfAnIdleThreadRecordsNothing) {
     auto thread = MakeThread("idle", [](TKThread&) {});
     thread->Kill();
