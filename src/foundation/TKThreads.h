@@ -46,7 +46,8 @@ private:
     int fOldState;
 };
 
-// A POSIX thread; the counterpart of a Windows thread object.
+// A POSIX thread. Kill is a deferred cancellation: the thread ends at its next cancellation
+// point, and work that never reaches one cannot be killed.
 class TKPosixThreadObj : public TKThreadObj {
 public:
     ~TKPosixThreadObj() override;
@@ -71,7 +72,8 @@ class TKThread : public TKObject {
 
 public:
     explicit TKThread(const TKString& name = TKString());
-    // A thread still attached is asked to stop and joined (or detached if this is its last count).
+    // The worker holds a count while it works, so destruction comes after the work: a finished
+    // system thread is joined here, or detached when the worker itself dropped the last count.
     ~TKThread() override;
 
     // ThreadError (67) if it is running.
