@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "color/TKCIEConverter.h"
 #include "color/TKColors.h"
 #include "foundation/TKError.h"
 #include "io/TKStreamTools.h"
@@ -207,7 +208,12 @@ void TKNamedColor2TypeTag::SetColors(const std::vector<TKString>& names, const T
                                                                                  : TKString::Format("Color%d", int(i));
         PutFixedName(r, 31, name);  // at most 31 characters and a terminator
         uint16_t words[3 + kMaxDeviceChannels] = {};
-        if (i < pcs.GetHeight()) EncodeWords(words, pcs.GetRow(i), 3, fPCSSpace, 1.00390625);
+        if (i < pcs.GetHeight()) {
+            EncodeWords(words, pcs.GetRow(i), 3, fPCSSpace, 1.00390625);
+        } else if (i < device.GetHeight() && IsCIESpace(deviceType)) {
+            // A colour missing on the PCS side is taken from the device side where that is CIE.
+            EncodeWords(words, ConvertColor(fPCSSpace, device.GetRow(i)), 3, fPCSSpace, 1.00390625);
+        }
         if (i < device.GetHeight()) EncodeWords(words + 3, device.GetRow(i), n, deviceType, 1.0);
         std::memcpy(r + 32, words, 6 + 2 * size_t(n));
     }

@@ -50,8 +50,9 @@ public:
     TKVector GetPCS(int32_t index);
     // Device values as percent (or the device type's range), typed by fDeviceSpace.
     TKVector GetDevice(int32_t index);
-    // All colours at once: names (may be shorter than the matrices), PCS rows in fPCSSpace and
-    // device rows; the device matrix's width gives the channel count.
+    // All colours at once: names (may be shorter than the matrices; "Color%d" stands in), PCS
+    // rows in fPCSSpace and device rows; the device matrix's width gives the channel count. Rows
+    // missing on the PCS side are converted from a CIE device side, else left zero.
     void SetColors(const std::vector<TKString>& names, const TKMatrix& pcs, const TKMatrix& device);
 
     void SwapBytes() override;

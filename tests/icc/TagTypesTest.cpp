@@ -348,6 +348,17 @@ TEST(ICCColorantTags, NamedColors) {
     EXPECT_DOUBLE_EQ(tag->GetDevice(1)[3], 100.0);
     EXPECT_TKERROR(tag->GetPCS(2), IndexError);
 
+    // A Lab device side fills the PCS values that the PCS matrix lacks.
+    auto labDevice = TKMakeRef<TKNamedColor2TypeTag>(TKICCSig("ncl2"));
+    labDevice->SetSpaces(TKLabSpace, TKLabSpace);
+    TKMatrix labs(2, 3, TKLabSpace);
+    labs(1, 0) = 50.0;
+    labs(1, 2) = -30.0;
+    labDevice->SetColors({}, TKMatrix(1, 3, TKLabSpace), labs);
+    EXPECT_NEAR(labDevice->GetPCS(1)[0], 50.0, 0.002);
+    EXPECT_NEAR(labDevice->GetPCS(1)[2], -30.0, 0.004);
+    EXPECT_DOUBLE_EQ(labDevice->GetPCS(0)[0], 0.0);
+
     auto gray = TKMakeRef<TKNamedColor2TypeTag>(TKICCSig("ncl2"));
     gray->SetSpaces(TKCMYKSpace, TKGraySpace);
     EXPECT_TKERROR(gray->SetSpaces(TKCMYKSpace, TKLabSpace), ArgErr);
