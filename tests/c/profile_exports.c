@@ -1,0 +1,153 @@
+/* The profile exports from a plain C99 host through the shared library: read real profiles, get
+ * their trafos, concatenate sRGB -> FOGRA39 and FOGRA39 -> FOGRA29 with and without black point
+ * compensation, evaluate colours, channel and global options, and bad input.
+ * The first argument is the test data folder. */
+#define _POSIX_C_SOURCE 200112L
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include "tintara.h"
+
+static int passed = 0;
+static int failed = 0;
+
+static void check(int ok, const char* what) {
+    if (ok) {
+        ++passed;
+    } else {
+        ++failed;
+        printf("FAILED: %s\n", what);
+    }
+}
+
+static char folder[1024];
+
+static TKFileSpec* spec_of(const char* name) {
+    char path[1200];
+    TKFileSpec* spec = TKNewFileSpecRef();
+    snprintf(path, sizeof path, "%s/concat/%s", folder, name);
+    TKName2FileSpec(spec, path);
+    return spec;
+}
+
+static double ink_sum(const double* cmyk) { return cmyk[0] + cmyk[1] + cmyk[2] + cmyk[3]; }
+
+static void test_profile_trafo(void) {
+    TKICCProfile* profile = TKNewICCProfileRef();
+    TKFileSpec* spec = spec_of("FOGRA39L.icc");
+    TKTrafoRef toLab = NULL, fromLab = NULL;
+    double paper[4] = {0, 0, 0, 0}, lab[3] = {0, 0, 0}, cmyk[4] = {0, 0, 0, 0};
+    check(profile != NULL, "new profile");
+    check(TKReadProfile(profile, spec) == 0, "read FOGRA39");
+    check(TKGetICCProfileTrafo(&toLab, profile, 1, 1) == 0, "A2B trafo");
+    check(TKGetICCProfileTrafo(&fromLab, profile, 0, 1) == 0, "B2A trafo");
+    check(TKGetTrafoSrcDim(toLab) == 4 && TKGetTrafoDstDim(toLab) == 3, "A2B dimensions");
+    check(TKDoTrafo(toLab, paper, lab) == 0 && lab[0] > 99.0 && lab[0] <= 100.5, "paper is L 100 relative");
+    /* Lab 50 0 0 through B2A and back stays within a unit or two. */
+    lab[0] = 50;
+    lab[1] = 0;
+    lab[2] = 0;
+    check(TKDoTrafo(fromLab, lab, cmyk) == 0, "B2A of gray");
+    check(TKDoTrafo(toLab, cmyk, lab) == 0 && lab[0] > 48.5 && lab[0] < 51.5, "gray round trip");
+    TKFreeTKTrafoRef(toLab);
+    TKFreeTKTrafoRef(fromLab);
+    TKFreeFileSpecRef(spec);
+    TKFreeICCProfileRef(profile);
+}
+
+static void test_concatenations(void) {
+    TKFileSpec* srgb = spec_of("sRGB.icc");
+    TKFileSpec* f39 = spec_of("FOGRA39L.icc");
+    TKFileSpec* f29 = spec_of("FOGRA29L.icc");
+    TKFileSpec* rgbChain[2];
+    TKFileSpec* cmykChain[2];
+    const int32_t relative[2] = {1, 1};
+    const int32_t bpc[2] = {10, 10};
+    TKTrafoRef rgbToCmyk = NULL, press = NULL, pressBpc = NULL;
+    double white[3] = {255, 255, 255}, black[3] = {0, 0, 0}, out[4], outBpc[4];
+    double solidBlack[4] = {100, 100, 100, 100}, paper[4] = {0, 0, 0, 0};
+    rgbChain[0] = srgb;
+    rgbChain[1] = f39;
+    cmykChain[0] = f39;
+    cmykChain[1] = f29;
+
+    check(TKConcatICCProfiles(&rgbToCmyk, 2, rgbChain, relative) == 0, "sRGB -> FOGRA39");
+    check(TKGetTrafoSrcType(rgbToCmyk) == 0x52474220u && TKGetTrafoDstType(rgbToCmyk) == 0x434D594Bu,
+          "sRGB -> FOGRA39 types");
+    check(TKDoTrafo(rgbToCmyk, white, out) == 0 && ink_sum(out) < 1.0, "RGB white takes no ink");
+    check(TKDoTrafo(rgbToCmyk, black, out) == 0 && ink_sum(out) > 250.0, "RGB black is a rich black");
+
+    check(TKConcatICCProfiles(&press, 2, cmykChain, relative) == 0, "FOGRA39 -> FOGRA29");
+    check(TKConcatICCProfiles(&pressBpc, 2, cmykChain, bpc) == 0, "FOGRA39 -> FOGRA29 with BPC");
+    check(TKDoTrafo(press, paper, out) == 0 && ink_sum(out) < 1.0, "paper stays paper");
+    check(TKDoTrafo(pressBpc, paper, outBpc) == 0 && ink_sum(outBpc) < 1.0, "paper stays paper with BPC");
+    /* FOGRA39's black is darker than FOGRA29 can print: relative clips to the destination's
+     * darkest colour, compensation maps black onto black; both end near the maximum ink. */
+    check(TKDoTrafo(pressBpc, solidBlack, outBpc) == 0 && outBpc[3] > 80.0, "black stays black with BPC");
+    TKFreeTKTrafoRef(rgbToCmyk);
+    TKFreeTKTrafoRef(press);
+    TKFreeTKTrafoRef(pressBpc);
+    TKFreeFileSpecRef(srgb);
+    TKFreeFileSpecRef(f39);
+    TKFreeFileSpecRef(f29);
+}
+
+static void test_options(void) {
+    TKICCProfile* profile = TKNewICCProfileRef();
+    TKFileSpec* spec = spec_of("FOGRA39L.icc");
+    char text[128];
+    TKReadProfile(profile, spec);
+    check(TKGetProfileOption(profile, "ChannelInfo0", text, sizeof text) == 0 && strncmp(text, "Cyan,Lab,", 9) == 0,
+          "first channel is Cyan");
+    check(TKGetProfileOption(profile, "ChannelInfo0", text, 1) == 6, "short buffer");
+    check(TKSetProfileOption(profile, "ChannelInfo0", "Teal,Lab,60 -40 -20") == 0, "set channel");
+    check(TKGetProfileOption(profile, "ChannelInfo0", text, sizeof text) == 0 && strncmp(text, "Teal,Lab,60", 11) == 0,
+          "channel written");
+    check(TKTintaraSetOption("DensityMode", "Status-T") == 0, "density mode");
+    check(TKTintaraSetOption("DensityMode", "status-t") == 3, "density mode is case-sensitive");
+    check(TKTintaraSetOption("oogcolor", "0 0 0") == 3, "option keys are case-sensitive");
+    TKFreeFileSpecRef(spec);
+    TKFreeICCProfileRef(profile);
+}
+
+static void test_bad_input(void) {
+    TKICCProfile* profile = TKNewICCProfileRef();
+    TKFileSpec* missing = spec_of("none.icc");
+    TKFileSpec* link = spec_of("FOGRA39_to_FOGRA29_link.icc");
+    TKFileSpec* srgb = spec_of("sRGB.icc");
+    TKFileSpec* many[11];
+    TKFileSpec* mismatch[2];
+    TKTrafoRef ref = NULL;
+    int i;
+    for (i = 0; i < 11; ++i) many[i] = link;
+    mismatch[0] = link;
+    mismatch[1] = srgb;
+    check(TKReadProfile(NULL, missing) == 3, "null profile");
+    check(TKReadProfile(profile, NULL) == 3, "null spec");
+    check(TKReadProfile(profile, missing) != 0, "missing file");
+    check(TKGetICCProfileTrafo(NULL, profile, 1, 0) == 3, "null out");
+    check(TKGetICCProfileTrafo(&ref, profile, 1, 0) == 32, "empty profile has no tags");
+    check(TKConcatICCProfilesEx(&ref, 0, 0, 11, many, NULL) == 6, "eleven profiles");
+    check(TKConcatICCProfiles(&ref, 2, NULL, NULL) == 3, "null specs");
+    check(TKConcatICCProfiles(&ref, 2, mismatch, NULL) == 10, "CMYK meets RGB");
+    check(ref == NULL, "no reference after failures");
+    check(TKGetProfileOption(NULL, "ChannelInfo0", NULL, 0) == 3, "null profile option");
+    TKFreeICCProfileRef(NULL);
+    TKFreeFileSpecRef(missing);
+    TKFreeFileSpecRef(link);
+    TKFreeFileSpecRef(srgb);
+    TKFreeICCProfileRef(profile);
+}
+
+int main(int argc, char** argv) {
+    snprintf(folder, sizeof folder, "%s", argc > 1 ? argv[1] : "tests/data");
+    /* Settings of this run go to a scratch folder, never the user's. */
+    setenv("TINTARA_PREFERENCES_DIR", "/tmp/tintara-profile-exports", 0);
+    test_profile_trafo();
+    test_concatenations();
+    test_options();
+    test_bad_input();
+    printf("%d passed, %d failed\n", passed, failed);
+    return failed ? 1 : 0;
+}
