@@ -121,6 +121,56 @@ void Print(const char* label, const double* in, int n, const double* ours, const
                 peer[0], peer[1], peer[2], peer[3]);
 }
 
+// Bakes the FOGRA39 -> FOGRA29 chain into 16-bit links and holds their pixels against the
+// chain evaluated in doubles: device difference in percent and CIEDE2000 through FOGRA29's A2B.
+void LinkAccuracy(int count) {
+    std::printf("\n| link of FOGRA39 -> FOGRA29 | intent | grid bits | n | mean dE00 | p95 | max | max ink diff %% |\n"
+                "|---|---|---|---|---|---|---|---|\n");
+    for (int32_t intent : {1, 10}) {
+        const Case c = {"FOGRA39L.icc", "FOGRA29L.icc", intent, INTENT_RELATIVE_COLORIMETRIC, intent == 10};
+        Chains chains(c);
+        if (!chains.Ok()) continue;
+        for (int32_t bits : {0, 4, 5}) {
+            TKFileSpec* specs[2] = {TKNewFileSpecRef(), TKNewFileSpecRef()};
+            TKName2FileSpec(specs[0], PathOf(c.src).c_str());
+            TKName2FileSpec(specs[1], PathOf(c.dst).c_str());
+            const int32_t intents[2] = {intent, intent};
+            TKTrafoRef chain = nullptr;
+            TKLinkRef link = TKNewTKLink16Ref();
+            const int32_t status = TKConcatICCProfiles(&chain, 2, specs, intents);
+            const int32_t baked = status ? status : TKColorTrafo2Link16(link, chain, bits);
+            if (baked == 0) {
+                std::mt19937 random(99 + unsigned(bits));
+                std::uniform_int_distribution<int> word(0, 65535);
+                std::vector<uint16_t> in(size_t(count) * 4), out(size_t(count) * 4);
+                for (auto& w : in) w = uint16_t(word(random));
+                TKLink16Match(link, count, in.data(), out.data(), 0, 0, nullptr, nullptr);
+                std::vector<double> d;
+                double worstInk = 0.0;
+                for (int i = 0; i < count; ++i) {
+                    double src[4], exact[4], peer[4], fromLink[4];
+                    for (int j = 0; j < 4; ++j) src[j] = in[size_t(i) * 4 + j] * (100.0 / 65535.0);
+                    chains.Run(src, exact, peer);
+                    for (int j = 0; j < 4; ++j) {
+                        fromLink[j] = out[size_t(i) * 4 + j] * (100.0 / 65535.0);
+                        worstInk = std::max(worstInk, std::fabs(fromLink[j] - exact[j]));
+                    }
+                    d.push_back(chains.DeltaE(fromLink, exact));
+                }
+                const Stats s = Summarize(d);
+                std::printf("| | %d | %d | %d | %.3f | %.3f | %.3f | %.2f |\n", intent, bits, count, s.mean, s.p95,
+                            s.max, worstInk);
+            } else {
+                std::printf("| | %d | %d | failed (%d) |\n", intent, bits, baked);
+            }
+            TKFreeTKLink16Ref(link);
+            TKFreeTKTrafoRef(chain);
+            TKFreeFileSpecRef(specs[0]);
+            TKFreeFileSpecRef(specs[1]);
+        }
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -171,5 +221,6 @@ int main(int argc, char** argv) {
         }
     }
     if (csv) std::fclose(csv);
+    LinkAccuracy(count);
     return 0;
 }
