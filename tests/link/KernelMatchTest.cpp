@@ -3,6 +3,7 @@
 // curves, 8, 16 and 8-to-16 bits, interleaved and planar pixels, lazy and complete links, runs of
 // equal pixels; plus the hand-checked edge values of the cell arithmetic.
 #include <random>
+#include <thread>
 #include <vector>
 
 #include "foundation/TKProgress.h"
@@ -339,6 +340,35 @@ TEST(KernelMatch, RunOfEqualPixelsComputesOnePixel) {
     EXPECT_GT(link->NodeDoneCount(), 0u);
     for (int32_t i = 1; i < count; ++i)
         for (int32_t o = 0; o < 4; ++o) ASSERT_EQ(out[size_t(i) * 4 + o], out[o]);
+}
+
+// Two threads match one lazy link at once, each its own strip: nodes are computed on the fly by
+// whichever thread needs them first, and both strips equal a complete link's results.
+TEST(KernelMatch, ThreadsShareALazyLink) {
+    const LinkCase lc{4, 4, 9, true, true};
+    auto lazy = MakeLink(lc, true);
+    auto full = MakeLink(lc, false);
+    const int32_t count = 20000;
+    std::mt19937 rng(5);
+    Pixels<uint16_t> in(4, count, false);
+    FillSamples(in, rng);
+    Pixels<uint16_t> expected(4, count, false), got(4, count, false);
+    full->Match16(count, in.pointers.data(), expected.pointers.data(), in.strides.data(), expected.strides.data(),
+                  nullptr);
+    auto strip = [&](int32_t first) {
+        const uint16_t* s[4];
+        uint16_t* d[4];
+        for (int32_t c = 0; c < 4; ++c) {
+            s[c] = &in.At(first, c);
+            d[c] = &got.At(first, c);
+        }
+        lazy->Match16(count / 2, s, d, in.strides.data(), got.strides.data(), nullptr);
+    };
+    std::thread a(strip, 0), b(strip, count / 2);
+    a.join();
+    b.join();
+    for (int32_t i = 0; i < count; ++i)
+        for (int32_t o = 0; o < 4; ++o) ASSERT_EQ(got.At(i, o), expected.At(i, o)) << i;
 }
 
 class Recording : public TKProgress {
