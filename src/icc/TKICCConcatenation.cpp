@@ -21,6 +21,15 @@ const uint32_t kAbstract = TKICCSig("abst");
 const uint32_t kScanner = TKICCSig("scnr");
 const uint32_t kMonitor = TKICCSig("mntr");
 const uint32_t kPrinter = TKICCSig("prtr");
+const uint32_t kColorSpace = TKICCSig("spac");
+
+// The classes that convert between a colour space and the connection space (or between two
+// spaces, for links and abstracts). Named-colour profiles and unknown classes have no such
+// tables: a chain cannot be built through them.
+bool CanChain(uint32_t deviceClass) {
+    return deviceClass == kScanner || deviceClass == kMonitor || deviceClass == kPrinter || deviceClass == kLink ||
+           deviceClass == kAbstract || deviceClass == kColorSpace;
+}
 
 bool IsCIE(uint32_t type) { return type != 0 && GetColorClass(type) == TKCIEClass; }
 
@@ -145,6 +154,7 @@ bool AppendProfile(TKTrafoList* list, TKICCProfile* profile, int32_t intent, boo
     const uint32_t inSpace = InSpace(*profile);
     const uint32_t outSpace = OutSpace(*profile);
     const uint32_t deviceClass = ClassOf(*profile);
+    if (!CanChain(deviceClass)) TKThrowMsg(TrafoCreationErr, "profile class cannot be chained");
     const bool passesThrough = deviceClass == kLink || deviceClass == kAbstract;
 
     bool forward;

@@ -15,7 +15,8 @@ constexpr int32_t kTKMaxConcatProfiles = 10;
 
 // `lastMode` 1 asks for a final output step when the last profile stands alone. Null entries of
 // `profiles` are skipped; `intents` is null or holds `count` entries (20: the header's intent).
-// ArgErr for null arguments, WrongDataType when a profile fits the chain on neither side. The list
+// ArgErr for null arguments, WrongDataType when a profile fits the chain on neither side,
+// TrafoCreationErr for a class without conversion tables (named colours). The list
 // keeps what was appended before a failure.
 void TKConcatICCProfiles(TKTrafoList* list, int32_t count, TKICCProfile* const* profiles, const int32_t* intents,
                          int32_t lastMode);

@@ -164,6 +164,9 @@ TEST_F(ProfileExportsTest, ConcatenationFailuresLeaveNoReference) {
     EXPECT_EQ(TKConcatICCProfilesEx(&ref.ref, 0, TKLabSpace, 2, two, nullptr), 10);
     TKFileSpec* mismatch[] = {link.spec, srgb.spec};
     EXPECT_EQ(TKConcatICCProfiles(&ref.ref, 2, mismatch, nullptr), 10);
+    Spec named("x11-colors.icc");
+    TKFileSpec* withNamed[] = {f39.spec, named.spec};
+    EXPECT_EQ(TKConcatICCProfiles(&ref.ref, 2, withNamed, nullptr), 35);
     TKFileSpec* missing[] = {f39.spec, none.spec};
     EXPECT_NE(TKConcatICCProfiles(&ref.ref, 2, missing, nullptr), 0);
     EXPECT_EQ(ref.ref, nullptr);

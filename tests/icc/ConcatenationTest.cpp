@@ -175,6 +175,20 @@ TEST_F(ConcatenationTest, MismatchedChainsAreRefused) {
     TKConcatICCProfiles(nullptr, 0, one, nullptr, 0);  // nothing to do
 }
 
+TEST_F(ConcatenationTest, NamedColourProfilesCannotBeChained) {
+    auto named = Load("x11-colors.icc");
+    ASSERT_EQ(named->GetHeader().deviceClass, TKICCSig("nmcl"));
+    TKICCProfile* chain[] = {fogra39.Get(), named.Get()};
+    EXPECT_TKERROR(TKConcatICCProfiles(list.Get(), 2, chain, nullptr, 0), TrafoCreationErr);
+}
+
+TEST_F(ConcatenationTest, MissingTablesAreRefused) {
+    // A printer without any A2B table cannot start a chain.
+    fogra39->RemoveTags({TKICCSig("A2B0"), TKICCSig("A2B1"), TKICCSig("A2B2")}, true);
+    TKICCProfile* chain[] = {fogra39.Get(), fogra29.Get()};
+    EXPECT_TKERROR(TKConcatICCProfiles(list.Get(), 2, chain, nullptr, 0), MissingICCTag);
+}
+
 TEST_F(ConcatenationTest, FilesBeyondTenOrMissingAreRefused) {
     TKFileSpec spec(TKString(TestDataPath("concat/FOGRA39L.icc").c_str()));
     TKFileSpec* specs[11];
