@@ -222,6 +222,11 @@ TEST_F(ProfileExportsTest, ChannelInfoIsWritten) {
     ASSERT_EQ(TKSetProfileOption(p.profile, "ChannelInfo2", "Y,XYZ,96.42 100 82.49"), 0);
     ASSERT_EQ(TKGetProfileOption(p.profile, "ChannelInfo2", buffer, sizeof buffer), 0);
     EXPECT_EQ(std::string(buffer).find("Y,Lab,100"), 0u) << buffer;
+    // Values that are no colour of the type are refused; the channel keeps its colour.
+    EXPECT_EQ(TKSetProfileOption(p.profile, "ChannelInfo2", "Y,Foo,1 2 3"), 10);
+    EXPECT_EQ(TKSetProfileOption(p.profile, "ChannelInfo2", "Y,Lab,1 2"), 6);
+    ASSERT_EQ(TKGetProfileOption(p.profile, "ChannelInfo2", buffer, sizeof buffer), 0);
+    EXPECT_EQ(std::string(buffer).find("Y,Lab,100"), 0u) << buffer;
     // Outside the table: ignored.
     EXPECT_EQ(TKSetProfileOption(p.profile, "ChannelInfo9", "X,Lab,1 2 3"), 0);
     EXPECT_EQ(TKSetProfileOption(p.profile, "Channel1", "X"), 3);

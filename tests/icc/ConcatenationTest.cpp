@@ -2,6 +2,7 @@
 // links, intents from the header, the white bridge, and the chains that must be refused.
 #include "icc/TKICCConcatenation.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "color/TKCIEConverter.h"
@@ -161,6 +162,36 @@ TEST_F(ConcatenationTest, BridgeOfOtherClassesScalesTheWhiteUnderTheDestinations
     EXPECT_LE(target[1], w29[1] * 1.02);
     EXPECT_NEAR(target[0] / target[1], w39[0] / w39[1], 1e-6);
     EXPECT_NEAR(target[2] / target[1], w39[2] / w39[1], 1e-6);
+}
+
+TEST_F(ConcatenationTest, BridgeFromAMonitorSearchesTheDestinationsWhite) {
+    // A monitor's white counts as D50; FOGRA29 paper is darker, so the target is D50 scaled
+    // down to what the press renders, keeping D50's chromaticity.
+    auto bridge = TKConcatBridge(*srgb, *fogra29, 19);
+    ASSERT_TRUE(bridge);
+    const TKVector d50({96.42, 100.0, 82.49}, int32_t(TKXYZSpace));
+    TKVector target = bridge->Trafo(d50);
+    const TKVector paper = fogra29->GetWhitePoint(true);
+    EXPECT_LT(target[1], 100.0);
+    EXPECT_NEAR(target[1], paper[1], 0.03 * paper[1]);
+    EXPECT_NEAR(target[0] / target[1], 0.9642, 1e-6);
+}
+
+TEST_F(ConcatenationTest, BridgeFromOtherClassesScalesByTheWhites) {
+    // As a colour-space profile FOGRA39 is not searched: its white is scaled by the smallest
+    // ratio of the destination's white to it, so that no channel passes the destination's.
+    fogra39->GetHeader().deviceClass = TKICCSig("spac");
+    auto bridge = TKConcatBridge(*fogra39, *fogra29, 19);
+    ASSERT_TRUE(bridge);
+    TKVector w = fogra39->GetWhitePoint(true);
+    w.SetType(TKXYZSpace);
+    const TKVector d = fogra29->GetWhitePoint(true);
+    const double scale = std::min({d[0] / w[0], d[1] / w[1], d[2] / w[2]});
+    TKVector target = bridge->Trafo(w);
+    for (int32_t c = 0; c < 3; ++c) {
+        EXPECT_NEAR(target[c], w[c] * scale, 1e-6) << c;
+        EXPECT_LE(target[c], d[c] + 1e-9) << c;
+    }
 }
 
 TEST_F(ConcatenationTest, MismatchedChainsAreRefused) {
