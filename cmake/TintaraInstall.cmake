@@ -35,8 +35,14 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/tintara.pc DESTINATION ${CMAKE_INSTALL
 
 # A tiny host built against a tree installed into a temporary prefix, through both ways.
 if(TINTARA_BUILD_TESTS)
+  # A sanitized library needs its runtime in the consumer too.
+  set(_tintara_consumer_flags "")
+  if(TINTARA_SANITIZE)
+    set(_tintara_consumer_flags "-fsanitize=address,undefined")
+  endif()
   add_test(NAME tintara_install
     COMMAND ${CMAKE_COMMAND} -DBUILD_DIR=${PROJECT_BINARY_DIR} -DSOURCE_DIR=${CMAKE_CURRENT_LIST_DIR}/install
             -DWORK_DIR=${CMAKE_CURRENT_BINARY_DIR}/install-test -DLIBDIR=${CMAKE_INSTALL_LIBDIR}
+            "-DCONSUMER_FLAGS=${_tintara_consumer_flags}"
             -P ${CMAKE_CURRENT_LIST_DIR}/install/CheckInstall.cmake)
 endif()
