@@ -3,18 +3,7 @@
 #include <string.h>
 
 #include "tintara.h"
-
-static int passed = 0;
-static int failed = 0;
-
-static void check(int ok, const char* what) {
-    if (ok) {
-        ++passed;
-    } else {
-        ++failed;
-        printf("FAILED: %s\n", what);
-    }
-}
+#include "CCheck.h"
 
 static void fill(char* buffer, size_t size) { memset(buffer, '#', size); }
 
@@ -68,6 +57,5 @@ int main(void) {
     TKFreeFileSpecRef(NULL);
     check(1, "freeing null is a no-op");
 
-    printf("%d passed, %d failed\n", passed, failed);
-    return failed == 0 ? 0 : 1;
+    return report();
 }

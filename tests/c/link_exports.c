@@ -7,18 +7,7 @@
 #include <string.h>
 
 #include "tintara.h"
-
-static int passed = 0;
-static int failed = 0;
-
-static void check(int ok, const char* what) {
-    if (ok) {
-        ++passed;
-    } else {
-        ++failed;
-        printf("FAILED: %s\n", what);
-    }
-}
+#include "CCheck.h"
 
 #define PIXELS 2000
 
@@ -146,6 +135,5 @@ int main(int argc, char** argv) {
     TKFreeTKLink16Ref(back);
     TKFreeFileSpecRef(spec);
     TKFreeTKLink16Ref(NULL);
-    printf("%d passed, %d failed\n", passed, failed);
-    return failed == 0 ? 0 : 1;
+    return report();
 }

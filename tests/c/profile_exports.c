@@ -8,18 +8,7 @@
 #include <string.h>
 
 #include "tintara.h"
-
-static int passed = 0;
-static int failed = 0;
-
-static void check(int ok, const char* what) {
-    if (ok) {
-        ++passed;
-    } else {
-        ++failed;
-        printf("FAILED: %s\n", what);
-    }
-}
+#include "CCheck.h"
 
 static char folder[1024];
 
@@ -148,6 +137,5 @@ int main(int argc, char** argv) {
     test_concatenations();
     test_options();
     test_bad_input();
-    printf("%d passed, %d failed\n", passed, failed);
-    return failed ? 1 : 0;
+    return report();
 }

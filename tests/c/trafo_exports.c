@@ -4,18 +4,7 @@
 #include <string.h>
 
 #include "tintara.h"
-
-static int passed = 0;
-static int failed = 0;
-
-static void check(int ok, const char* what) {
-    if (ok) {
-        ++passed;
-    } else {
-        ++failed;
-        printf("FAILED: %s\n", what);
-    }
-}
+#include "CCheck.h"
 
 static void plain_trafo(void) {
     double src[4] = {10.0, 20.0, 30.0, 40.0};
@@ -104,6 +93,5 @@ int main(int argc, char** argv) {
     many_handles();
     if (argc > 1) link_as_trafo(argv[1]);
     else printf("no data folder given: the link checks are left out\n");
-    printf("%d passed, %d failed\n", passed, failed);
-    return failed ? 1 : 0;
+    return report();
 }
