@@ -9,6 +9,9 @@ struct TKLinkCellMath {
     uint32_t mask = 0xFFFF;   // shifted cells: the fraction bits of a position
     uint32_t cellShift = 16;  // shifted cells: 16 - k, position to cell index and sum to result
     uint32_t lastCell = 0;    // divided cells: GridPoints - 2, the cell of the top node
+    // A cell of 2^cellLog2 units divides by a shift; 0 when the cell is no power of two.
+    uint32_t cellLog2 = 0;
+    bool cellIsPowerOfTwo = false;
 
     // gridShift is k for 2^k + 1 points, else 0. A 2-point grid takes the shifted arithmetic
     // with k = 0: its cell is 0xFFFF, not 0x10000, so a full-scale node comes out as 0xFFFE.
@@ -26,6 +29,9 @@ struct TKLinkCellMath {
             m.cell = (uint32_t(gridPoints) + 65533u) / uint32_t(gridPoints - 1);
         }
         m.lastCell = gridPoints >= 2 ? uint32_t(gridPoints - 2) : 0;
+        m.cellIsPowerOfTwo = (m.cell & (m.cell - 1)) == 0;
+        if (m.cellIsPowerOfTwo)
+            while ((1u << m.cellLog2) < m.cell) ++m.cellLog2;
         return m;
     }
 
@@ -56,7 +62,11 @@ struct TKLinkCellMath {
 
     // The share of weight w that goes to the node one step further along channel 3, whose
     // fraction is f3: linear interpolation on top of the simplex of the other channels.
+    // Locate never gives a fraction above the cell, and a full cell gives w * cell / cell = w
+    // exactly, so no test for it is needed; w * f3 fits 32 bits since both are at most 0xFFFF.
+    // Shifted grids of 2^k + 1 points have a power-of-two cell: a shift instead of a division,
+    // the same quotient. The branch is taken the same way for every pixel of a call.
     constexpr uint32_t UpperShare(uint32_t w, uint32_t f3) const {
-        return f3 >= cell ? w : w * f3 / cell;
+        return cellIsPowerOfTwo ? (w * f3) >> cellLog2 : w * f3 / cell;
     }
 };
