@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
@@ -229,10 +230,11 @@ private:
     void AccumulateAll(const uint32_t* nodes, const uint32_t* weights, uint32_t* sum) {
 #if defined(__SSE2__)
         if constexpr (T::kOutputs == 4 && Count % 2 == 0) {
+            if (fT.flags)
+                for (int32_t i = 0; i < Count; ++i) Touch(nodes[i]);
             __m128i total = _mm_setzero_si128();
+#pragma GCC unroll 8
             for (int32_t i = 0; i < Count; i += 2) {
-                Touch(nodes[i]);
-                Touch(nodes[i + 1]);
                 const uint16_t* a = fT.nodes + size_t(nodes[i]) * 4;
                 const uint16_t* b = fT.nodes + size_t(nodes[i + 1]) * 4;
                 const __m128i values = _mm_castpd_si128(_mm_loadh_pd(
@@ -262,6 +264,57 @@ private:
     const TKLinkCellMath fMath;
     uint32_t fStride[TKLinkGeneric::kMaxSrcDim];
 };
+
+// The smallest unsigned word that holds `Bytes` bytes (at most 8).
+template <size_t Bytes>
+using WordOf = std::conditional_t<(Bytes <= 4), uint32_t, uint64_t>;
+
+// Interleaved pixels of a kernel of fixed shape: a pixel's samples are read as one word, so a
+// run of equal pixels costs a compare and a store each, and the result is stored as one word.
+template <class T>
+void WalkInterleaved(Kernel<T>& kernel, int32_t count, const uint8_t* in, int32_t inStep, uint8_t* to,
+                     int32_t toStep, TKProgress* progress) {
+    using Src = typename T::Src;
+    using Dst = typename T::Dst;
+    constexpr size_t kInBytes = size_t(T::kChannels) * sizeof(Src);
+    constexpr size_t kOutBytes = size_t(T::kOutputs) * sizeof(Dst);
+    static_assert(kInBytes <= 8 && kOutBytes <= 8, "a pixel must fit one word");
+    using InWord = WordOf<kInBytes>;
+    using OutWord = WordOf<kOutBytes>;
+
+    auto compute = [&](const uint8_t* pixel) {
+        uint32_t samples[T::kChannels];
+        for (int32_t c = 0; c < T::kChannels; ++c) {
+            Src sample;
+            std::memcpy(&sample, pixel + size_t(c) * sizeof(Src), sizeof sample);
+            samples[c] = sample;
+        }
+        uint32_t out[T::kMaxOutputs];
+        kernel.Pixel(samples, out);
+        Dst result[T::kOutputs];
+        for (int32_t o = 0; o < T::kOutputs; ++o) result[o] = static_cast<Dst>(out[o]);
+        OutWord word = 0;
+        std::memcpy(&word, result, kOutBytes);
+        return word;
+    };
+
+    InWord previous = 0;
+    std::memcpy(&previous, in, kInBytes);
+    OutWord result = compute(in);
+    for (int32_t i = 0;;) {
+        std::memcpy(to, &result, kOutBytes);
+        if ((i & 0xFFFF) == 0xFFFF && progress) progress->SetProgress(double(i) / double(count - 1));
+        if (++i == count) break;
+        in += inStep;
+        to += toStep;
+        InWord key = 0;
+        std::memcpy(&key, in, kInBytes);
+        if (key != previous) {
+            previous = key;
+            result = compute(in);
+        }
+    }
+}
 
 // The pixel loop of every kernel: samples in through per-channel pointers with byte strides,
 // a run of pixels equal to the previous one copies its result without table work.
@@ -298,6 +351,16 @@ void Run(TKLinkGeneric& link, const AxisTable* axis, int32_t count, const void* 
 
     using Src = typename T::Src;
     using Dst = typename T::Dst;
+    if constexpr (T::kChannels > 0 && T::kOutputs > 0 && T::kChannels * sizeof(Src) <= 8 &&
+                  T::kOutputs * sizeof(Dst) <= 8) {
+        bool interleaved = true;
+        for (int32_t c = 1; c < channels; ++c)
+            interleaved = interleaved && in[c] == in[0] + size_t(c) * sizeof(Src) && inStep[c] == inStep[0];
+        for (int32_t o = 1; o < outputs; ++o)
+            interleaved = interleaved && to[o] == to[0] + size_t(o) * sizeof(Dst) && toStep[o] == toStep[0];
+        if (interleaved) return WalkInterleaved(kernel, count, in[0], inStep[0], to[0], toStep[0], progress);
+    }
+
     uint32_t samples[TKLinkGeneric::kMaxSrcDim];
     uint32_t previous[TKLinkGeneric::kMaxSrcDim];
     uint32_t out[T::kMaxOutputs];
