@@ -45,6 +45,13 @@ char* NewCharBlock(int64_t minimum, int64_t maximum, int32_t* capacity) {
 bool IsBlank(unsigned char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
 char FoldAZ(char c) { return (c >= 'A' && c <= 'Z') ? char(c - 'A' + 'a') : c; }
 
+// True if the first m characters of a and b agree, optionally folding A-Z only.
+bool SameChars(const char* a, const char* b, int32_t m, bool ignoreCase) {
+    for (int32_t k = 0; k < m; ++k)
+        if (ignoreCase ? FoldAZ(a[k]) != FoldAZ(b[k]) : a[k] != b[k]) return false;
+    return true;
+}
+
 int32_t CheckedLength(int64_t n) {
     if (n > INT32_MAX - 1) TKThrow(MemFullErr);
     return int32_t(n);
@@ -248,13 +255,7 @@ int32_t TKString::Find(const char* text, int32_t start, bool ignoreCase) const {
     if (start > n || m > n - start) return -1;
     const char* s = CString();
     for (int32_t i = start; i + m <= n; ++i) {
-        int32_t k = 0;
-        if (ignoreCase) {
-            while (k < m && FoldAZ(s[i + k]) == FoldAZ(text[k])) ++k;
-        } else {
-            while (k < m && s[i + k] == text[k]) ++k;
-        }
-        if (k == m) return i;
+        if (SameChars(s + i, text, m, ignoreCase)) return i;
     }
     return -1;
 }
@@ -266,13 +267,7 @@ int32_t TKString::FindLast(const char* text, bool ignoreCase) const {
     if (m > n) return -1;
     const char* s = CString();
     for (int32_t i = n - m; i >= 0; --i) {
-        int32_t k = 0;
-        if (ignoreCase) {
-            while (k < m && FoldAZ(s[i + k]) == FoldAZ(text[k])) ++k;
-        } else {
-            while (k < m && s[i + k] == text[k]) ++k;
-        }
-        if (k == m) return i;
+        if (SameChars(s + i, text, m, ignoreCase)) return i;
     }
     return -1;
 }
