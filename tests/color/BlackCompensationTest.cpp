@@ -5,20 +5,10 @@
 #include "color/TKBlackCompensationTrafo.h"
 #include "color/TKColors.h"
 #include "color/TKIntents.h"
+#include "ColorTestSupport.h"
 #include "support/TestSupport.h"
 
 namespace {
-
-TKVector XYZ(double x, double y, double z) { return TKVector({x, y, z}, int32_t(TKXYZSpace)); }
-const TKVector kD50 = XYZ(96.42, 100, 82.49);
-const TKVector kZero = XYZ(0, 0, 0);
-
-void ExpectXYZ(const TKVector& v, double x, double y, double z, double tolerance) {
-    ASSERT_EQ(v.GetDim(), 3);
-    EXPECT_NEAR(v[0], x, tolerance);
-    EXPECT_NEAR(v[1], y, tolerance);
-    EXPECT_NEAR(v[2], z, tolerance);
-}
 
 // A coloured source black on D50 and a coloured destination black on a darker paper.
 TKRefPtr<TKBlackCompensationTrafo> HandCase(bool smooth) {

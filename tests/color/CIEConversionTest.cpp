@@ -6,11 +6,10 @@
 
 #include "color/TKCIEConverter.h"
 #include "color/TKCIETools.h"
+#include "ColorTestSupport.h"
 #include "support/TestSupport.h"
 
 namespace {
-
-TKVector XYZ(double x, double y, double z) { return TKVector({x, y, z}, int32_t(TKXYZSpace)); }
 
 void ExpectNear3(const TKVector& v, double a, double b, double c, double tolerance) {
     ASSERT_GE(v.GetDim(), 3);

@@ -7,11 +7,10 @@
 #include "color/TKSpectral.h"
 #include "color/TKWhiteXYZTrafo.h"
 #include "foundation/TKObject.h"
+#include "ColorTestSupport.h"
 #include "support/TestSupport.h"
 
 namespace {
-
-TKVector XYZ(double x, double y, double z) { return TKVector({x, y, z}, int32_t(TKXYZSpace)); }
 
 TEST(CIETrafo, TypesAndDimensions) {
     auto trafo = TKMakeRef<TKCIETrafo>(TKXYZSpace, TKLabXSpace);

@@ -9,6 +9,7 @@
 #include "color/TKCIEConverter.h"
 #include "color/TKColorDifference.h"
 #include "color/TKColors.h"
+#include "ColorTestSupport.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -33,8 +34,8 @@ std::vector<Pair> ReadCIEDE2000Pairs() {
     return pairs;
 }
 
+using ::Lab;
 TKVector Lab(const double v[3]) { return TKVector({v[0], v[1], v[2]}, int32_t(TKLabSpace)); }
-TKVector Lab(double l, double a, double b) { return TKVector({l, a, b}, int32_t(TKLabSpace)); }
 
 TEST(ColorDifference, CIEDE2000PublishedPairsBothOrders) {
     // Sharma, Wu, Dalal 2005, Table 1: 34 pairs, values to four decimals.

@@ -5,21 +5,12 @@
 #include "color/TKCIETools.h"
 #include "color/TKColors.h"
 #include "color/TKCompressionTrafos.h"
+#include "ColorTestSupport.h"
 #include "support/TestSupport.h"
 
 namespace {
 
-TKVector XYZ(double x, double y, double z) { return TKVector({x, y, z}, int32_t(TKXYZSpace)); }
 TKVector Grey(double y) { return XYZ(0.9642 * y, y, 0.8249 * y); }
-const TKVector kD50 = XYZ(96.42, 100, 82.49);
-const TKVector kZero = XYZ(0, 0, 0);
-
-void ExpectXYZ(const TKVector& v, double x, double y, double z, double tolerance) {
-    ASSERT_EQ(v.GetDim(), 3);
-    EXPECT_NEAR(v[0], x, tolerance);
-    EXPECT_NEAR(v[1], y, tolerance);
-    EXPECT_NEAR(v[2], z, tolerance);
-}
 
 // Y of a grey ramp must rise strictly through a stage.
 void ExpectMonotoneGreys(const TKTrafo& stage) {

@@ -6,6 +6,7 @@
 #include "color/TKColors.h"
 #include "color/TKGamutTrafos.h"
 #include "io/TKGlobalData.h"
+#include "ColorTestSupport.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -38,8 +39,6 @@ public:
 };
 
 TKRefPtr<TKGamut> ToyGamut() { return TKMakeRef<TKGamut>(new ToyDevice, new ToyBack, true); }
-
-TKVector Lab(double l, double a, double b) { return TKVector({l, a, b}, int32_t(TKLabSpace)); }
 
 }  // namespace
 

@@ -18,6 +18,7 @@
 #include "color/TKWhiteXYZTrafo.h"
 #include "color/TKXYZStages.h"
 #include "io/TKGlobalData.h"
+#include "ColorTestSupport.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -30,17 +31,7 @@ const bool kFolderSet = [] {
     return true;
 }();
 
-TKVector XYZ(double x, double y, double z) { return TKVector({x, y, z}, int32_t(TKXYZSpace)); }
-const TKVector kD50 = XYZ(96.42, 100, 82.49);
 const TKVector kD65 = XYZ(95.04, 100, 108.89);
-const TKVector kZero = XYZ(0, 0, 0);
-
-void ExpectXYZ(const TKVector& v, double x, double y, double z, double tolerance) {
-    ASSERT_EQ(v.GetDim(), 3);
-    EXPECT_NEAR(v[0], x, tolerance);
-    EXPECT_NEAR(v[1], y, tolerance);
-    EXPECT_NEAR(v[2], z, tolerance);
-}
 
 // Restores a custom intent's settings to their defaults when a test ends.
 struct CustomSettings {
