@@ -130,11 +130,14 @@ int32_t Concat(const Chain& c, Trafo& out) {
 
 // The chain baked into a link; a non-zero code says which step failed.
 template <class Sample>
-int32_t BuildLink(const Chain& c, Link<Sample>& link) {
+int32_t BuildLink(const Chain& c, Link<Sample>& link, int32_t gridBits = 0) {
     Trafo chain;
     const int32_t status = Concat(c, chain);
-    return status ? status : link.Bake(chain.Get());
+    return status ? status : link.Bake(chain.Get(), gridBits);
 }
+
+// The grid Little CMS precalculates by default: 17 points for four input channels, 33 for three.
+int32_t PeerGridBits(const Chain& c) { return c.srcChannels == 4 ? 4 : 5; }
 
 // ---- Pixels ----
 
@@ -261,6 +264,7 @@ private:
 
 // The largest ink difference of a pixel and the CIEDE2000 between the two inks; with Little CMS
 // the same difference is also taken through its own reading of the destination's A2B table.
+// At the default grid, and at Little CMS's, so that interpolation errors compare like for like.
 template <class Sample>
 void Accuracy(benchmark::State& state, const Chain& c, int32_t gridBits) {
     Trafo chain;
@@ -352,9 +356,9 @@ void Accuracy(benchmark::State& state, const Chain& c, int32_t gridBits) {
 // ---- (b) Matching speed ----
 
 template <class Sample>
-void MatchTintara(benchmark::State& state, const Chain& c, bool image) {
+void MatchTintara(benchmark::State& state, const Chain& c, bool image, int32_t gridBits) {
     Link<Sample> link;
-    if (const int32_t status = BuildLink(c, link)) {
+    if (const int32_t status = BuildLink(c, link, gridBits)) {
         state.SkipWithError(("chain or link refused, code " + std::to_string(status)).c_str());
         return;
     }
@@ -405,10 +409,10 @@ void MatchLcms(benchmark::State& state, const Chain& c, bool image) {
 // ---- (b) Building the conversion: profiles read, chain, link baked ----
 
 template <class Sample>
-void BuildTintara(benchmark::State& state, const Chain& c) {
+void BuildTintara(benchmark::State& state, const Chain& c, int32_t gridBits) {
     for (auto _ : state) {
         Link<Sample> link;
-        if (const int32_t status = BuildLink(c, link)) {
+        if (const int32_t status = BuildLink(c, link, gridBits)) {
             state.SkipWithError(("chain or link refused, code " + std::to_string(status)).c_str());
             return;
         }
@@ -430,35 +434,37 @@ void BuildLcms(benchmark::State& state, const Chain& c) {
 }
 #endif
 
-// ---- Registration: Chain/<engine>/<what>/<chain>/<depth>[/<pixels>] ----
+// ---- Registration: Chain/<engine>/<what>/<chain>/<intent>/<depth>[/<pixels>][/<grid>] ----
+
+// This library at its default grid and, with a "/gridN" suffix, at Little CMS's grid.
+std::string GridSuffix(int32_t bits) { return bits ? "/grid" + std::to_string((1 << bits) + 1) : ""; }
 
 template <class Sample>
 void Register(const Chain& c) {
-    const std::string depth = sizeof(Sample) == 1 ? "8bit" : "16bit";
-    const std::string tail = std::string(c.name) + "/" + depth;
-    // At the default grid, and at the grid Little CMS chooses by default (17 for four input
-    // channels, 33 for three), so that the interpolation error can be compared like for like.
-    const int32_t peerBits = c.srcChannels == 4 ? 4 : 5;
-    for (int32_t bits : {0, peerBits})
-        benchmark::RegisterBenchmark(("Chain/Tintara/Accuracy/" + tail + (bits ? "/grid" + std::to_string((1 << bits) + 1) : "/default")).c_str(),
+    const std::string tail = std::string(c.name) + (sizeof(Sample) == 1 ? "/8bit" : "/16bit");
+    const int32_t grids[2] = {0, PeerGridBits(c)};
+    for (int32_t bits : grids)
+        benchmark::RegisterBenchmark(("Chain/Tintara/Accuracy/" + tail + (bits ? GridSuffix(bits) : "/default")).c_str(),
                                      [&c, bits](benchmark::State& s) { Accuracy<Sample>(s, c, bits); })
             ->Iterations(1)
             ->Unit(benchmark::kMillisecond);
     if (!c.timed) return;
     for (bool image : {false, true}) {
         const std::string pixels = tail + (image ? "/image" : "/random");
-        benchmark::RegisterBenchmark(("Chain/Tintara/Match/" + pixels).c_str(),
-                                     [&c, image](benchmark::State& s) { MatchTintara<Sample>(s, c, image); })
-            ->Unit(benchmark::kMillisecond);
+        for (int32_t bits : grids)
+            benchmark::RegisterBenchmark(("Chain/Tintara/Match/" + pixels + GridSuffix(bits)).c_str(),
+                                         [&c, image, bits](benchmark::State& s) { MatchTintara<Sample>(s, c, image, bits); })
+                ->Unit(benchmark::kMillisecond);
 #ifdef TINTARA_HAVE_LCMS2
         benchmark::RegisterBenchmark(("Chain/Lcms2/Match/" + pixels).c_str(),
                                      [&c, image](benchmark::State& s) { MatchLcms<Sample>(s, c, image); })
             ->Unit(benchmark::kMillisecond);
 #endif
     }
-    benchmark::RegisterBenchmark(("Chain/Tintara/Build/" + tail).c_str(),
-                                 [&c](benchmark::State& s) { BuildTintara<Sample>(s, c); })
-        ->Unit(benchmark::kMillisecond);
+    for (int32_t bits : grids)
+        benchmark::RegisterBenchmark(("Chain/Tintara/Build/" + tail + GridSuffix(bits)).c_str(),
+                                     [&c, bits](benchmark::State& s) { BuildTintara<Sample>(s, c, bits); })
+            ->Unit(benchmark::kMillisecond);
 #ifdef TINTARA_HAVE_LCMS2
     benchmark::RegisterBenchmark(("Chain/Lcms2/Build/" + tail).c_str(),
                                  [&c](benchmark::State& s) { BuildLcms<Sample>(s, c); })
