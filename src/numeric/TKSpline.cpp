@@ -41,50 +41,49 @@ TKVector Foot(const TKVector& p, const TKVector& a, const TKVector& b) {
     if (length2 == 0.0) return a;
     return a + ab * ((p - a).Dot(ab) / length2);
 }
+
+// Answers the end cases alike for every spline; otherwise hands the segment i around t, the
+// fraction f of t inside it and the segment's two end points to `inner`.
+template <class Inner>
+TKVector Interpolate(const TKSplinePoints& points, double t, Inner inner) {
+    TKVector result;
+    if (EndValue(points, t, result)) return result;
+    int32_t i;
+    double f;
+    points.Locate(t, i, f);
+    return inner(i, f, points.Point(i), points.Point(i + 1));
+}
 }  // namespace
 
 TKVector TKLinearSpline::Eval(double t) const {
-    TKVector result;
-    if (EndValue(fPoints, t, result)) return result;
-    int32_t i;
-    double f;
-    fPoints.Locate(t, i, f);
-    return fPoints.Point(i) * (1.0 - f) + fPoints.Point(i + 1) * f;
+    return Interpolate(fPoints, t, [](int32_t, double f, const TKVector& pi, const TKVector& pj) {
+        return pi * (1.0 - f) + pj * f;
+    });
 }
 
 TKVector TKSquareSpline::Eval(double t) const {
-    TKVector result;
-    if (EndValue(fPoints, t, result)) return result;
-    int32_t i;
-    double f;
-    fPoints.Locate(t, i, f);
-    const TKVector pi = fPoints.Point(i);
-    const TKVector pj = fPoints.Point(i + 1);
-    result = pi + (pj - pi) * f;
-    // Both neighbour terms carry the same weight f^2 - f (not mirrored for the far side).
-    const double w = f * f - f;
-    if (i > 0) result += (fPoints.Point(i - 1) - pi) * w;
-    if (i + 2 < fPoints.Count()) result += (fPoints.Point(i + 2) - pj) * w;
-    return result;
+    return Interpolate(fPoints, t, [this](int32_t i, double f, const TKVector& pi, const TKVector& pj) {
+        TKVector result = pi + (pj - pi) * f;
+        // Both neighbour terms carry the same weight f^2 - f (not mirrored for the far side).
+        const double w = f * f - f;
+        if (i > 0) result += (fPoints.Point(i - 1) - pi) * w;
+        if (i + 2 < fPoints.Count()) result += (fPoints.Point(i + 2) - pj) * w;
+        return result;
+    });
 }
 
 TKVector TKSmoothSpline::Eval(double t) const {
-    TKVector result;
-    if (EndValue(fPoints, t, result)) return result;
-    int32_t i;
-    double f;
-    fPoints.Locate(t, i, f);
-    const TKVector pi = fPoints.Point(i);
-    const TKVector pj = fPoints.Point(i + 1);
-    result = pi + (pj - pi) * f;
-    if (i > 0) {
-        const TKVector q = Foot(pi, fPoints.Point(i - 1), pj);
-        result += (pi - q) * (f * (1.0 - f) * (1.0 - f));
-    }
-    if (i + 2 < fPoints.Count()) {
-        const double g = 1.0 - f;
-        const TKVector q = Foot(pj, fPoints.Point(i + 2), pi);
-        result += (pj - q) * (g * (1.0 - g) * (1.0 - g));
-    }
-    return result;
+    return Interpolate(fPoints, t, [this](int32_t i, double f, const TKVector& pi, const TKVector& pj) {
+        TKVector result = pi + (pj - pi) * f;
+        if (i > 0) {
+            const TKVector q = Foot(pi, fPoints.Point(i - 1), pj);
+            result += (pi - q) * (f * (1.0 - f) * (1.0 - f));
+        }
+        if (i + 2 < fPoints.Count()) {
+            const double g = 1.0 - f;
+            const TKVector q = Foot(pj, fPoints.Point(i + 2), pi);
+            result += (pj - q) * (g * (1.0 - g) * (1.0 - g));
+        }
+        return result;
+    });
 }
