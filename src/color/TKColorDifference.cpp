@@ -152,6 +152,15 @@ double Distance3(const double a[3], const double b[3]) {
     return std::sqrt((a[0] - b[0]) * (a[0] - b[0]) + (a[1] - b[1]) * (a[1] - b[1]) + (a[2] - b[2]) * (a[2] - b[2]));
 }
 
+// The Euclidean distance of both colours after `convert` took each to another three-value space.
+template <class Convert>
+double DistanceIn(const double a[3], const double b[3], Convert convert) {
+    double p[3], q[3];
+    convert(a, p);
+    convert(b, q);
+    return Distance3(p, q);
+}
+
 }  // namespace
 
 double DeltaE76(const double lab1[3], const double lab2[3]) { return Distance3(lab1, lab2); }
@@ -298,18 +307,9 @@ double TKColorDifference::GetDifference(const TKVector& a, const TKVector& b) co
         case kTKDeltaCMC21: return DeltaECMC(x, y, 2.0, 1.0);
         // Spot inks vary in lightness with film thickness, so lightness counts half.
         case kTKDeltaSpot: return DeltaE2000(x, y, 2.0, 1.0, 1.0);
-        case kTKDeltaEDIN99: {
-            double p[3], q[3];
-            LabToDIN99(x, p);
-            LabToDIN99(y, q);
-            return Distance3(p, q);
-        }
-        case kTKDeltaEDIN99d: {
-            double p[3], q[3];
-            XYZToDIN99d(x, kTKWhiteD50, p);
-            XYZToDIN99d(y, kTKWhiteD50, q);
-            return Distance3(p, q);
-        }
+        case kTKDeltaEDIN99: return DistanceIn(x, y, LabToDIN99);
+        case kTKDeltaEDIN99d:
+            return DistanceIn(x, y, [](const double* c, double* out) { XYZToDIN99d(c, kTKWhiteD50, out); });
         case kTKDeltaE94Kuehni: {
             double p[3], q[3];
             XYZToLab(x, kTKWhiteD50, p);
@@ -336,18 +336,8 @@ double TKColorDifference::GetDifference(const TKVector& a, const TKVector& b) co
             const double dL = (x[0] - y[0]) / 2.0;
             return std::sqrt(dL * dL + (x[1] - y[1]) * (x[1] - y[1]) + (x[2] - y[2]) * (x[2] - y[2]));
         }
-        case kTKDeltaSort: {
-            double p[3], q[3];
-            SortValues(x, p);
-            SortValues(y, q);
-            return Distance3(p, q);
-        }
-        case kTKDeltaISO20654: {
-            double p[3], q[3];
-            ISO20654Values(x, p);
-            ISO20654Values(y, q);
-            return Distance3(p, q);
-        }
+        case kTKDeltaSort: return DistanceIn(x, y, SortValues);
+        case kTKDeltaISO20654: return DistanceIn(x, y, ISO20654Values);
         default: TKThrow(ArgErr);
     }
 }
