@@ -39,20 +39,17 @@ void CheckCount(int32_t count) {
     if (count > TKCurveLinearization::kMaxSamples) TKThrowMsg(ArgErr, "too many curve samples");
 }
 
-// The index range of the points strictly inside 0 < x < 1, where x^e and x - x^2 carry
-// information: i0 the first x above 0, i1 the last x below 1. ArgErr if none lies inside.
-void InnerRange(const TKVector& x, int32_t& i0, int32_t& i1) {
+// A per-point quantity q(i) on the points strictly inside 0 < x < 1, where x^e and x - x^2
+// carry information, extended flat to the ends: i0 is the first x above 0, i1 the last x below 1.
+// ArgErr if no point lies inside.
+template <class Q>
+TKVector InnerProfile(const TKVector& x, Q q) {
     const int32_t n = x.GetDim();
-    i0 = 0;
+    int32_t i0 = 0;
     while (i0 < n && !(x[i0] > 0.0)) ++i0;
-    i1 = n - 1;
+    int32_t i1 = n - 1;
     while (i1 >= 0 && !(x[i1] < 1.0)) --i1;
     if (i1 < i0) TKThrowMsg(ArgErr, "no fit point lies between 0 and 1");
-}
-
-// A per-point quantity q(i) on i0..i1, extended flat to the ends.
-template <class Q>
-TKVector ExtendedProfile(int32_t n, int32_t i0, int32_t i1, Q q) {
     TKVector e(n);
     for (int32_t i = i0; i <= i1; ++i) e[i] = q(i);
     for (int32_t i = 0; i < i0; ++i) e[i] = e[i0];
@@ -121,9 +118,7 @@ void TKCurveLinearization::SetFromGammaFit(const TKVector& x, const TKVector& y,
     CheckCount(count);
     const double ymax = y.Max();
     if (!(ymax > 0.0)) TKThrowMsg(ArgErr, "a gamma fit needs a positive maximum");
-    int32_t i0, i1;
-    InnerRange(x, i0, i1);
-    const TKVector e = ExtendedProfile(n, i0, i1, [&](int32_t i) {
+    const TKVector e = InnerProfile(x, [&](int32_t i) {
         return std::log(std::max(y[i] / ymax, kSmallestRatio)) / std::log(x[i]);
     });
     FillTable(count, [&](double t) { return std::pow(t, ReadAt(e, PointPosition(x, t))) * ymax; });
@@ -140,9 +135,7 @@ void TKCurveLinearization::SetFromBulgeFit(const TKVector& x, const TKVector& y,
     }
     CheckCount(count);
     const double ymax = y.Max();
-    int32_t i0, i1;
-    InnerRange(x, i0, i1);
-    const TKVector d = ExtendedProfile(n, i0, i1, [&](int32_t i) { return (y[i] - x[i] * ymax) / (x[i] - x[i] * x[i]); });
+    const TKVector d = InnerProfile(x, [&](int32_t i) { return (y[i] - x[i] * ymax) / (x[i] - x[i] * x[i]); });
     FillTable(count, [&](double t) { return t * ymax + (t - t * t) * ReadAt(d, PointPosition(x, t)); });
     ClipSamples();
 }
