@@ -1,7 +1,6 @@
 // Text forms of TKMatrix: the keyword block and the compact one-line form.
 #include <cstdio>
 #include <cstdlib>
-#include <strings.h>
 #include <vector>
 
 #include "numeric/TKMatrix.h"
@@ -11,8 +10,6 @@
 namespace {
 // Largest element count a text may announce; protects against absurd allocations.
 constexpr int64_t kMaxTextElements = 1 << 24;
-
-bool KeyIs(const char* token, const char* key) { return strcasecmp(token, key) == 0; }
 }  // namespace
 
 TKString TKMatrix::ToText(const char* format) const {
@@ -32,53 +29,30 @@ TKString TKMatrix::ToText(const char* format) const {
 
 int32_t TKMatrix::FromText(const char* text, int32_t length, int32_t* consumed) {
     if (!text || length < 0) TKThrow(ArgErr);
-    enum class State { Keyword, Width, Height, Data } state = State::Keyword;
-    TKTextTokenReader reader(text, length);
-    char token[TKTextTokenReader::kMaxToken + 1];
-    int64_t width = -1, height = -1;
-    std::vector<double> values;
-    bool sawToken = false;
-    while (reader.Next(token)) {
-        sawToken = true;
-        int64_t number = 0;
-        switch (state) {
-        case State::Keyword:
-            if (KeyIs(token, "WIDTH")) state = State::Width;
-            else if (KeyIs(token, "HEIGHT")) state = State::Height;
-            else if (KeyIs(token, "BEGIN_DATA")) {
-                if (width < 0 || height < 0 || width * height > kMaxTextElements)
-                    TKThrowMsg(FormatErr, "matrix text needs a sensible width and height before its data");
-                values.reserve(size_t(width * height));
-                state = State::Data;
-            } else TKThrowMsg(FormatErr, "unknown keyword in matrix text");
-            break;
-        case State::Width:
-        case State::Height:
-            if (!TKParseInt(token, &number) || number < 0 || number > kMaxTextElements)
-                TKThrowMsg(FormatErr, "bad matrix size");
-            (state == State::Width ? width : height) = number;
-            state = State::Keyword;
-            break;
-        case State::Data: {
-            if (KeyIs(token, "END_DATA")) {
-                if (int64_t(values.size()) != width * height) TKThrowMsg(FormatErr, "matrix text has the wrong count");
-                SetSize(0, 0);
-                SetSize(int32_t(height), int32_t(width));
-                if (!values.empty()) std::copy(values.begin(), values.end(), MutableValues());
-                if (consumed) *consumed = reader.Position();
-                return 0;
-            }
-            double value = 0.0;
-            if (!TKParseDouble(token, &value)) TKThrowMsg(FormatErr, "number expected in matrix data");
-            if (int64_t(values.size()) >= width * height) TKThrowMsg(FormatErr, "matrix text has too many values");
-            values.push_back(value);
-            break;
-        }
-        }
-    }
-    if (consumed) *consumed = reader.Position();
-    if (!sawToken) return EOFReached;
-    TKThrowMsg(FormatErr, "matrix text ends inside its block");
+    static const TKKeywordBlockForm kForm{{{"WIDTH", 0, kMaxTextElements, "bad matrix size"},
+                                           {"HEIGHT", 0, kMaxTextElements, "bad matrix size"}},
+                                          true,
+                                          "unknown keyword in matrix text",
+                                          "number expected in matrix data",
+                                          "matrix text has too many values",
+                                          "matrix text ends inside its block"};
+    int64_t size[2] = {-1, -1};  // width, height
+    const int64_t& width = size[0];
+    const int64_t& height = size[1];
+    return TKReadKeywordBlock(
+        text, length, consumed, kForm, size,
+        [&](std::vector<double>& values) {
+            if (width < 0 || height < 0 || width * height > kMaxTextElements)
+                TKThrowMsg(FormatErr, "matrix text needs a sensible width and height before its data");
+            values.reserve(size_t(width * height));
+            return width * height;
+        },
+        [&](std::vector<double>& values) {
+            if (int64_t(values.size()) != width * height) TKThrowMsg(FormatErr, "matrix text has the wrong count");
+            SetSize(0, 0);
+            SetSize(int32_t(height), int32_t(width));
+            if (!values.empty()) std::copy(values.begin(), values.end(), MutableValues());
+        });
 }
 
 TKString TKMatrix::ToCompactString() const {

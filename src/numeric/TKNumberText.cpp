@@ -107,3 +107,50 @@ TKString TKReadTextBlock(TKStream& stream, const char* endKey, int64_t limit) {
         token.Clear();
     }
 }
+
+int32_t TKReadKeywordBlock(const char* text, int32_t length, int32_t* consumed, const TKKeywordBlockForm& form,
+                           int64_t* keyValues, const std::function<int64_t(std::vector<double>&)>& begin,
+                           const std::function<void(std::vector<double>&)>& end) {
+    auto is = [&form](const char* token, const char* key) {
+        return (form.ignoreCase ? strcasecmp(token, key) : std::strcmp(token, key)) == 0;
+    };
+    // Outside the data: -1 waits for a keyword, k >= 0 for the value of form.keys[k].
+    int32_t pendingKey = -1;
+    bool inData = false;
+    int64_t limit = 0;
+    std::vector<double> values;
+    TKTextTokenReader reader(text, length);
+    char token[TKTextTokenReader::kMaxToken + 1];
+    bool sawToken = false;
+    while (reader.Next(token)) {
+        sawToken = true;
+        if (inData) {
+            if (is(token, "END_DATA")) {
+                end(values);
+                if (consumed) *consumed = reader.Position();
+                return 0;
+            }
+            double value = 0.0;
+            if (!TKParseDouble(token, &value)) TKThrowMsg(FormatErr, form.numberExpected);
+            if (int64_t(values.size()) >= limit) TKThrowMsg(FormatErr, form.tooManyValues);
+            values.push_back(value);
+        } else if (pendingKey >= 0) {
+            const TKKeywordBlockForm::Key& key = form.keys[size_t(pendingKey)];
+            int64_t number = 0;
+            if (!TKParseInt(token, &number) || number < key.min || number > key.max)
+                TKThrowMsg(FormatErr, key.badValue);
+            keyValues[pendingKey] = number;
+            pendingKey = -1;
+        } else if (is(token, "BEGIN_DATA")) {
+            limit = begin(values);
+            inData = true;
+        } else {
+            for (size_t k = 0; k < form.keys.size() && pendingKey < 0; ++k)
+                if (is(token, form.keys[k].name)) pendingKey = int32_t(k);
+            if (pendingKey < 0) TKThrowMsg(FormatErr, form.unknownKeyword);
+        }
+    }
+    if (consumed) *consumed = reader.Position();
+    if (!sawToken) return EOFReached;
+    TKThrowMsg(FormatErr, form.unfinished);
+}

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <vector>
 
 #include "foundation/TKString.h"
 
@@ -41,3 +43,29 @@ private:
 // character that ends it). Stops with the text
 // read so far at the end of the stream; FormatErr beyond `limit` bytes.
 TKString TKReadTextBlock(TKStream& stream, const char* endKey, int64_t limit = int64_t(1) << 28);
+
+// What sets one kind of keyword block apart: its integer keywords and its messages.
+struct TKKeywordBlockForm {
+    // A keyword followed by one integer in [min, max]; badValue is the message for any other token.
+    struct Key {
+        const char* name;
+        int64_t min;
+        int64_t max;
+        const char* badValue;
+    };
+    std::vector<Key> keys;
+    bool ignoreCase;             // of the keywords, BEGIN_DATA and END_DATA
+    const char* unknownKeyword;  // messages of FormatErr
+    const char* numberExpected;
+    const char* tooManyValues;
+    const char* unfinished;
+};
+
+// Reads a block "KEY value ... BEGIN_DATA numbers END_DATA" from text. keyValues[k] receives the
+// value of form.keys[k] (and keeps what it held when the key is absent). At BEGIN_DATA `begin`
+// checks the keys read so far, may reserve room in the values, and returns how many numbers the
+// data may hold; at END_DATA `end` checks and takes the values. `consumed` (optional) receives the
+// bytes read. Returns 0, or EOFReached for a text without a token; FormatErr for anything else.
+int32_t TKReadKeywordBlock(const char* text, int32_t length, int32_t* consumed, const TKKeywordBlockForm& form,
+                           int64_t* keyValues, const std::function<int64_t(std::vector<double>&)>& begin,
+                           const std::function<void(std::vector<double>&)>& end);

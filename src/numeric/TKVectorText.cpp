@@ -2,7 +2,6 @@
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <vector>
 
 #include "io/TKStream.h"
@@ -63,58 +62,28 @@ TKString TKVector::ToText(const char* format) const {
 
 int32_t TKVector::FromText(const char* text, int32_t length, int32_t* consumed) {
     if (!text || length < 0) TKThrow(ArgErr);
-    enum class State { Keyword, Dim, Type, Data } state = State::Keyword;
-    TKTextTokenReader reader(text, length);
-    char token[TKTextTokenReader::kMaxToken + 1];
-    int64_t dim = -1;
-    int64_t type = fType;
-    std::vector<double> values;
-    bool sawToken = false;
-    while (reader.Next(token)) {
-        sawToken = true;
-        int64_t number = 0;
-        switch (state) {
-        case State::Keyword:
-            if (std::strcmp(token, "DIM") == 0) state = State::Dim;
-            else if (std::strcmp(token, "TYPE") == 0) state = State::Type;
-            else if (std::strcmp(token, "BEGIN_DATA") == 0) {
-                state = State::Data;
-                // A known dimension is applied before the values come.
-                if (dim > 0) values.reserve(static_cast<size_t>(dim));
-            } else TKThrowMsg(FormatErr, "unknown keyword in vector text");
-            break;
-        case State::Dim:
-            if (!TKParseInt(token, &number) || number < 0 || number > kMaxTextDim)
-                TKThrowMsg(FormatErr, "bad vector dimension");
-            dim = number;
-            state = State::Keyword;
-            break;
-        case State::Type:
-            if (!TKParseInt(token, &number) || number < INT32_MIN || number > UINT32_MAX)
-                TKThrowMsg(FormatErr, "bad vector type");
-            type = static_cast<int32_t>(static_cast<uint32_t>(number));
-            state = State::Keyword;
-            break;
-        case State::Data: {
-            if (std::strcmp(token, "END_DATA") == 0) {
-                if (dim >= 0 && static_cast<int64_t>(values.size()) != dim)
-                    TKThrowMsg(FormatErr, "vector text has the wrong count");
-                SetFromArray(static_cast<int32_t>(values.size()), values.data());
-                fType = static_cast<int32_t>(type);
-                if (consumed) *consumed = reader.Position();
-                return 0;
-            }
-            double value = 0.0;
-            if (!TKParseDouble(token, &value)) TKThrowMsg(FormatErr, "number expected in vector data");
-            if (static_cast<int64_t>(values.size()) >= kMaxTextDim) TKThrowMsg(FormatErr, "vector text too long");
-            values.push_back(value);
-            break;
-        }
-        }
-    }
-    if (consumed) *consumed = reader.Position();
-    if (!sawToken) return EOFReached;
-    TKThrowMsg(FormatErr, "vector text ends inside its block");
+    static const TKKeywordBlockForm kForm{{{"DIM", 0, kMaxTextDim, "bad vector dimension"},
+                                           {"TYPE", INT32_MIN, UINT32_MAX, "bad vector type"}},
+                                          false,
+                                          "unknown keyword in vector text",
+                                          "number expected in vector data",
+                                          "vector text too long",
+                                          "vector text ends inside its block"};
+    int64_t keys[2] = {-1, fType};  // dimension, type
+    const int64_t& dim = keys[0];
+    return TKReadKeywordBlock(
+        text, length, consumed, kForm, keys,
+        [&](std::vector<double>& values) {
+            // A known dimension is applied before the values come.
+            if (dim > 0) values.reserve(static_cast<size_t>(dim));
+            return kMaxTextDim;
+        },
+        [&](std::vector<double>& values) {
+            if (dim >= 0 && static_cast<int64_t>(values.size()) != dim)
+                TKThrowMsg(FormatErr, "vector text has the wrong count");
+            SetFromArray(static_cast<int32_t>(values.size()), values.data());
+            fType = static_cast<int32_t>(static_cast<uint32_t>(keys[1]));
+        });
 }
 
 int32_t TKVector::Read(TKStream& stream) {
