@@ -8,6 +8,7 @@
 #include "numeric/TKCurveLinearization.h"
 #include "numeric/TKCurveLinearizationMath.h"
 #include "numeric/TKMatrixTrafo.h"
+#include "numeric/TrafoTestSupport.h"
 #include "support/TestSupport.h"
 #include "ToneRampData.h"
 
@@ -502,20 +503,8 @@ TEST(CurveText, MalformedTextIsFormatErr) {
 
 // ---- tone of a trafo --------------------------------------------------------------------
 
-namespace {
-// Squares every channel: along the line from 0 to 1 the tone d1/(d1+d2) is t^2.
-class SquareTrafo : public TKTrafo {
-public:
-    TKVector Trafo(const TKVector& source) const override {
-        TKVector r(source);
-        for (int32_t i = 0; i < r.GetDim(); ++i) r[i] = source[i] * source[i];
-        return r;
-    }
-};
-}  // namespace
-
 TEST(CurveFromTrafo, ToneOfASquaringTrafo) {
-    SquareTrafo square;
+    TKTestSquareTrafo square;
     TKCurveLinearization c;
     c.SetFromTrafo(&square, TKVector({0.0}), TKVector({1.0}), TKCurveLinearization::kSplineSmooth, 0);
     EXPECT_EQ(c.GetLength(), 256);  // a count below 2 means 256

@@ -10,6 +10,7 @@
 #include "numeric/TKMinimizeSwarm.h"
 #include "numeric/TKTrafo.h"
 #include "numeric/ToneRampData.h"
+#include "numeric/TrafoTestSupport.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -81,16 +82,6 @@ public:
 class Shifted : public TKDoubleFunc {
 public:
     double Eval(double x) const override { return (x - 2.0) * (x - 2.0) + 1.0; }
-};
-
-// Squares every channel.
-class SquareTrafo : public TKTrafo {
-public:
-    TKVector Trafo(const TKVector& source) const override {
-        TKVector r(source);
-        for (int32_t i = 0; i < r.GetDim(); ++i) r[i] = source[i] * source[i];
-        return r;
-    }
 };
 
 TKVector V(std::initializer_list<double> v) { return TKVector(v); }
@@ -398,7 +389,7 @@ TEST(MinimizeLine, PowellChecksTheDirections) {
 // ---- error functions --------------------------------------------------------------------
 
 TEST(MinimizeErrorFunc, TrafoErrorFuncIsKeptAliveByTheMinimizer) {
-    auto* func = new TKTrafoErrorFunc(new SquareTrafo, V({0.25, 0.81}), true);
+    auto* func = new TKTrafoErrorFunc(new TKTestSquareTrafo, V({0.25, 0.81}), true);
     TKMinimizeHookeEx m(func);
     func->Release();  // the minimizer holds the last count
     m.SetStartStep(0.1);  // stays on the positive roots of x^2 = 0.25, y^2 = 0.81
@@ -412,7 +403,7 @@ TEST(MinimizeErrorFunc, TrafoErrorFuncIsKeptAliveByTheMinimizer) {
 }
 
 TEST(MinimizeErrorFunc, TrafoErrorFuncResiduals) {
-    TKTrafoErrorFunc func(new SquareTrafo, V({1.0, 1.0}), true);
+    TKTrafoErrorFunc func(new TKTestSquareTrafo, V({1.0, 1.0}), true);
     TKVector out;
     EXPECT_DOUBLE_EQ(func.Error(V({2.0, 1.0}), out), 3.0);
     EXPECT_FALSE(out.Differs(V({3.0, 0.0})));

@@ -6,6 +6,17 @@
 
 #include "numeric/TKTrafo.h"
 
+// Squares every channel: along the line from 0 to 1 the tone d1/(d1+d2) is t^2.
+class TKTestSquareTrafo : public TKTrafo {
+    TK_DECLARE_CLASS(TKTestSquareTrafo, TKTrafo)
+public:
+    TKVector Trafo(const TKVector& source) const override {
+        TKVector r(source);
+        for (int32_t i = 0; i < r.GetDim(); ++i) r[i] = source[i] * source[i];
+        return r;
+    }
+};
+
 // Adds a constant to every channel, in doubles and in pixels (saturating samples).
 class TKTestAddTrafo : public TKTrafo {
     TK_DECLARE_CLASS(TKTestAddTrafo, TKTrafo)
