@@ -135,13 +135,18 @@ double TKMinimizeHookeEx::Explore(TKVector& result, const TKVector& point) {
 
 void TKMinimizeHookeEx::TryQuadratic(const TKVector& point, const TKVector& pointResidual, const TKVector& trial,
                                      double& best, TKVector& bestPoint, TKVector& bestResidual) {
-    TKVector trialResidual;
-    const double trialValue = Evaluate(trial, trialResidual);
-    if (trialValue < best) {
-        best = trialValue;
-        bestPoint = trial;
-        bestResidual = trialResidual;
-    }
+    // Evaluates a candidate, keeps it when it beats the best so far and gives its residual.
+    auto tryPoint = [&](const TKVector& candidate) {
+        TKVector residual;
+        const double value = Evaluate(candidate, residual);
+        if (value < best) {
+            best = value;
+            bestPoint = candidate;
+            bestResidual = residual;
+        }
+        return residual;
+    };
+    const TKVector trialResidual = tryPoint(trial);
     if (trialResidual.GetDim() != pointResidual.GetDim()) return;
     // Residuals linear along the line, r(t) = r + t*g, have |r(t)|^2 smallest at t below.
     const TKVector g = trialResidual - pointResidual;
@@ -150,14 +155,7 @@ void TKMinimizeHookeEx::TryQuadratic(const TKVector& point, const TKVector& poin
     const double t = -pointResidual.Dot(g) / gg;
     // t of 0 or 1 is the point or the trial, both known already.
     if (!std::isfinite(t) || t == 0.0 || t == 1.0) return;
-    const TKVector moved = point + (trial - point) * t;
-    TKVector movedResidual;
-    const double movedValue = Evaluate(moved, movedResidual);
-    if (movedValue < best) {
-        best = movedValue;
-        bestPoint = moved;
-        bestResidual = movedResidual;
-    }
+    tryPoint(point + (trial - point) * t);
 }
 
 // ---- TKMinimizeHookePlus ----------------------------------------------------------------
