@@ -116,6 +116,12 @@ inline void SortThreeKeys(uint64_t& a, uint64_t& b, uint64_t& c) {
     exchange(a, b);
 }
 
+// Where one 8-bit sample value lands in the grid: the node offset of its cell and its fraction.
+struct Landing {
+    uint32_t offset;
+    uint32_t fraction;
+};
+
 template <class T>
 class Kernel {
 public:
@@ -129,19 +135,46 @@ public:
     static constexpr bool kUnrolled =
         T::kShifted && ((T::kChannels == 3 && !T::kSplit) || (T::kChannels == 4 && T::kSplit));
 
+    // An 8-bit sample takes one of 256 values, so where it lands, its cell offset and fraction,
+    // can be worked out once per call for long calls: the same integers, one load per channel.
+    static constexpr bool kCanLand = kUnrolled && sizeof(typename T::Src) == 1;
+    using LandingTable = Landing[T::kChannels][256];
+
+    void Land(LandingTable& table) const {
+        for (int32_t c = 0; c < T::kChannels; ++c)
+            for (uint32_t sample = 0; sample < 256; ++sample) {
+                const uint32_t v = InputPosition<typename T::Src>(fT, c, sample);
+                uint32_t f = 0;
+                const uint32_t q = fMath.template Locate<true>(v, f);
+                table[c][sample] = {uint32_t(fAxis[c][q]), f};
+            }
+    }
+
     // One pixel from raw samples to output samples.
     void Pixel(const uint32_t* samples, uint32_t* out) {
-        if constexpr (kUnrolled) PixelUnrolled(samples, out);
+        if constexpr (kUnrolled) PixelUnrolled<false>(samples, out, nullptr);
         else PixelGeneric(samples, out);
     }
 
-    void PixelUnrolled(const uint32_t* samples, uint32_t* out) {
+    // The same through a table filled by Land.
+    void PixelLanded(const LandingTable& table, const uint32_t* samples, uint32_t* out) {
+        PixelUnrolled<true>(samples, out, table);
+    }
+
+    template <bool Landed>
+    void PixelUnrolled(const uint32_t* samples, uint32_t* out, const Landing (*table)[256]) {
         constexpr int32_t n = T::kChannels;
         uint32_t f[4];
         uint32_t node = 0;
         for (int32_t c = 0; c < n; ++c) {
-            const uint32_t v = InputPosition<typename T::Src>(fT, c, samples[c]);
-            node += uint32_t(fAxis[c][fMath.template Locate<true>(v, f[c])]);
+            if constexpr (Landed) {
+                const Landing& at = table[c][samples[c]];
+                node += at.offset;
+                f[c] = at.fraction;
+            } else {
+                const uint32_t v = InputPosition<typename T::Src>(fT, c, samples[c]);
+                node += uint32_t(fAxis[c][fMath.template Locate<true>(v, f[c])]);
+            }
         }
         uint64_t k0 = VertexKey(f[0], fStride[0]), k1 = VertexKey(f[1], fStride[1]), k2 = VertexKey(f[2], fStride[2]);
         SortThreeKeys(k0, k1, k2);
@@ -265,6 +298,9 @@ private:
     uint32_t fStride[TKLinkGeneric::kMaxSrcDim];
 };
 
+// Calls of at least this many pixels fill a landing table first (8-bit unrolled kernels).
+constexpr int32_t kLandingMinPixels = 1024;
+
 // The smallest unsigned word that holds `Bytes` bytes (at most 8).
 template <size_t Bytes>
 using WordOf = std::conditional_t<(Bytes <= 4), uint32_t, uint64_t>;
@@ -294,8 +330,8 @@ inline WordOf<Bytes> PixelKey(const uint8_t* p) {
 
 // Interleaved pixels of a kernel of fixed shape: a pixel's samples are read as one word, so a
 // run of equal pixels costs a compare and a store each, and the result is stored as one word.
-template <class T>
-void WalkInterleaved(Kernel<T>& kernel, int32_t count, const uint8_t* in, int32_t inStep, uint8_t* to,
+template <class T, class PixelFunction>
+void WalkInterleaved(PixelFunction pixelFunction, int32_t count, const uint8_t* in, int32_t inStep, uint8_t* to,
                      int32_t toStep, TKProgress* progress) {
     using Src = typename T::Src;
     using Dst = typename T::Dst;
@@ -313,7 +349,7 @@ void WalkInterleaved(Kernel<T>& kernel, int32_t count, const uint8_t* in, int32_
             samples[c] = sample;
         }
         uint32_t out[T::kMaxOutputs];
-        kernel.Pixel(samples, out);
+        pixelFunction(samples, out);
         Dst result[T::kOutputs];
         for (int32_t o = 0; o < T::kOutputs; ++o) result[o] = static_cast<Dst>(out[o]);
         OutWord word = 0;
@@ -379,7 +415,20 @@ void Run(TKLinkGeneric& link, const AxisTable* axis, int32_t count, const void* 
             interleaved = interleaved && in[c] == in[0] + size_t(c) * sizeof(Src) && inStep[c] == inStep[0];
         for (int32_t o = 1; o < outputs; ++o)
             interleaved = interleaved && to[o] == to[0] + size_t(o) * sizeof(Dst) && toStep[o] == toStep[0];
-        if (interleaved) return WalkInterleaved(kernel, count, in[0], inStep[0], to[0], toStep[0], progress);
+        if (interleaved) {
+            if constexpr (Kernel<T>::kCanLand) {
+                // The table costs about as much as a thousand pixels; shorter calls go without.
+                if (count >= kLandingMinPixels) {
+                    typename Kernel<T>::LandingTable table;
+                    kernel.Land(table);
+                    return WalkInterleaved<T>(
+                        [&](const uint32_t* samples, uint32_t* out) { kernel.PixelLanded(table, samples, out); },
+                        count, in[0], inStep[0], to[0], toStep[0], progress);
+                }
+            }
+            return WalkInterleaved<T>([&](const uint32_t* samples, uint32_t* out) { kernel.Pixel(samples, out); },
+                                      count, in[0], inStep[0], to[0], toStep[0], progress);
+        }
     }
 
     uint32_t samples[TKLinkGeneric::kMaxSrcDim];

@@ -1,0 +1,119 @@
+// Long calls of the unrolled 3- and 4-channel kernels on interleaved 8-bit pixels, which look up
+// each sample's cell in a table filled once per call, against the slow reference evaluator bit
+// for bit: every sample value in every channel, runs of equal pixels, curves, lazy links, 2- and
+// 2^k + 1-point grids, 8- and 16-bit results, pad samples between pixels left alone.
+#include <random>
+#include <vector>
+
+#include "link/KernelReference.h"
+#include "link/TKLinkGeneric.h"
+#include "support/TestSupport.h"
+
+namespace {
+
+// Nodes from a hash of their position, with some pinned at 0 and full scale; bent curves.
+class ScrambledLink : public TKLinkGeneric {
+public:
+    explicit ScrambledLink(uint32_t seed) : fSeed(seed) {}
+    void EvalInput16(const uint16_t* in, uint16_t* out) override {
+        for (int32_t c = 0; c < fSrcDim; ++c) out[c] = uint16_t(65535u - (65535u - in[c]) * (65535u - in[c]) / 65535u);
+    }
+    void EvalNode(const uint16_t* position, uint16_t* out) override {
+        uint32_t h = fSeed;
+        for (int32_t c = 0; c < fSrcDim; ++c) h = (h + position[c]) * 0x2C1B3C6Du;
+        for (int32_t o = 0; o < fDstDim; ++o) {
+            h ^= h >> 13;
+            h *= 0x297A2D39u;
+            const uint32_t pick = h >> 29;
+            out[o] = pick == 0 ? 0 : pick == 1 ? 0xFFFF : uint16_t(h >> 12);
+        }
+    }
+    void EvalOutput16(const uint16_t* in, uint16_t* out) override {
+        for (int32_t o = 0; o < fDstDim; ++o) out[o] = uint16_t(uint32_t(in[o]) * in[o] / 65535u);
+    }
+
+private:
+    uint32_t fSeed;
+};
+
+struct LongCase {
+    int32_t srcDim, dstDim, grid;
+    bool curves, lazy;
+};
+
+std::unique_ptr<ScrambledLink> MakeLink(const LongCase& lc, bool lazy) {
+    auto link = std::make_unique<ScrambledLink>(uint32_t(lc.srcDim * 977 + lc.dstDim * 31 + lc.grid));
+    link->Init(lc.srcDim, lc.dstDim, lc.grid, lazy ? 1 : 0);
+    link->Finish(lc.curves, lc.curves, nullptr);
+    return link;
+}
+
+// Interleaved pixels with one pad sample after each: the first 256 pixels hold every value in
+// every channel, then random colours in runs of 1 to 40 pixels.
+std::vector<uint8_t> MakeSource(int32_t channels, int32_t count, std::mt19937& rng) {
+    std::vector<uint8_t> px(size_t(count) * (channels + 1), 0x5A);
+    uint8_t colour[4] = {};
+    int32_t run = 0;
+    for (int32_t i = 0; i < count; ++i) {
+        uint8_t* p = &px[size_t(i) * (channels + 1)];
+        if (i < 256) {
+            for (int32_t c = 0; c < channels; ++c) p[c] = uint8_t(i * (2 * c + 1) + c);
+            continue;
+        }
+        if (run-- <= 0) {
+            run = int32_t(rng() % 40);
+            for (int32_t c = 0; c < channels; ++c) colour[c] = uint8_t(rng());
+        }
+        for (int32_t c = 0; c < channels; ++c) p[c] = colour[c];
+    }
+    return px;
+}
+
+// One call over all pixels through the dispatch, then each pixel against the reference.
+template <class D>
+int32_t CheckLongCall(const LongCase& lc, uint32_t seed) {
+    auto link = MakeLink(lc, lc.lazy);
+    auto twin = MakeLink(lc, false);
+    std::mt19937 rng(seed);
+    constexpr int32_t kCount = 1500;
+    const std::vector<uint8_t> in = MakeSource(lc.srcDim, kCount, rng);
+    std::vector<D> out(size_t(kCount) * (lc.dstDim + 1), D(0xA5));
+    const uint8_t* src[4];
+    D* dst[8];
+    int32_t srcStrides[4], dstStrides[8];
+    for (int32_t c = 0; c < lc.srcDim; ++c) src[c] = in.data() + c, srcStrides[c] = lc.srcDim + 1;
+    for (int32_t o = 0; o < lc.dstDim; ++o)
+        dst[o] = out.data() + o, dstStrides[o] = (lc.dstDim + 1) * int32_t(sizeof(D));
+    if constexpr (sizeof(D) == 1) link->Match8(kCount, src, dst, srcStrides, dstStrides, nullptr);
+    else link->Match8To16(kCount, src, dst, srcStrides, dstStrides, nullptr);
+
+    int32_t bad = 0;
+    for (int32_t i = 0; i < kCount; ++i) {
+        uint32_t samples[4], expected[36];
+        for (int32_t c = 0; c < lc.srcDim; ++c) samples[c] = in[size_t(i) * (lc.srcDim + 1) + c];
+        // All grids here are 2 or 2^k + 1 points: shifted cells, channel 3 split.
+        KernelReference::Pixel(*twin, samples, 8, expected, int32_t(sizeof(D)) * 8, {true}, true);
+        const D* got = &out[size_t(i) * (lc.dstDim + 1)];
+        for (int32_t o = 0; o < lc.dstDim; ++o)
+            if (got[o] != expected[o] && bad++ == 0)
+                ADD_FAILURE() << lc.srcDim << "->" << lc.dstDim << " grid " << lc.grid << " pixel " << i
+                              << " output " << o << ": " << got[o] << " != " << expected[o];
+        if (got[lc.dstDim] != D(0xA5) && bad++ == 0) ADD_FAILURE() << "pad sample of pixel " << i << " written";
+    }
+    return bad;
+}
+
+TEST(KernelLongCall, InterleavedEightBitCallsMatchTheReference) {
+    uint32_t seed = 7;
+    for (int32_t n : {3, 4})
+        for (int32_t outs : {3, 4, 5})
+            for (int32_t grid : {2, 9, 17, 33})
+                for (bool curves : {false, true})
+                    for (bool lazy : {false, true}) {
+                        const LongCase lc{n, outs, grid, curves, lazy};
+                        EXPECT_EQ(CheckLongCall<uint8_t>(lc, ++seed), 0);
+                        EXPECT_EQ(CheckLongCall<uint16_t>(lc, ++seed), 0);
+                    }
+}
+
+}  // namespace
