@@ -6,6 +6,7 @@
 #   tools/measure/whole_process.sh [BUILD_DIR] [RUNS] [SIZE] [BITS]
 #   (defaults: build-h15-bench, 5, 4000x4000, 8)
 #
+# tificc writes 8 bits unless told (-w); cctiff keeps the source's depth.
 # The source image is `tintara testimage --space cmyk` (ramps, patches and gradients, written
 # straight as CMYK, no conversion), untagged, so every tool takes the profiles from its command line.
 set -euo pipefail
@@ -57,11 +58,11 @@ row() {
     wall[$name]=$w
     cpu[$name]=$c
     local rw rc
-    rw=$(awk -v a="$w" -v b="${wall[tificc]:-$w}" 'BEGIN { printf "%.2f", b > 0 ? a / b : 0 }')
-    rc=$(awk -v a="$c" -v b="${cpu[tificc]:-$c}" 'BEGIN { printf "%.2f", b > 0 ? a / b : 0 }')
+    rw=$(awk -v a="$w" -v b="${wall[tificc]:-$w}" 'BEGIN { printf "%.2f", (b > 0 ? a / b : 0) }')
+    rc=$(awk -v a="$c" -v b="${cpu[tificc]:-$c}" 'BEGIN { printf "%.2f", (b > 0 ? a / b : 0) }')
     echo "| $name | \`$(basename "$1") ${*:2}\` | $w | $c | $rw | $rc |" | sed "s#$work/##g; s#$root/##g"
 }
-row tificc tificc -n -t1 "-i$src" "-o$dst" "$work/in.tif" "$work/lcms.tif"
+row tificc tificc -n -t1 "-w$bits" "-i$src" "-o$dst" "$work/in.tif" "$work/lcms.tif"
 row "tintara -t 1" "$tintara" apply -i relative -p "$src" -p "$dst" -t 1 --no-embed -c none "$work/in.tif" "$work/t1.tif"
 row "tintara -t 2" "$tintara" apply -i relative -p "$src" -p "$dst" -t 2 --no-embed -c none "$work/in.tif" "$work/t2.tif"
 row cctiff cctiff -N -D -i r "$src" -i r "$dst" "$work/in.tif" "$work/argyll.tif"
@@ -71,5 +72,5 @@ cmp -s "$work/t1.tif" "$work/t2.tif" && echo "tintara: 1 and 2 threads give iden
 echo "sample differences of the outputs:"
 for pair in "t1 lcms" "t1 argyll" "lcms argyll"; do
     set -- $pair
-    echo "  $1 vs $2: $(python3 "$root/tools/measure/tiff_diff.py" "$work/$1.tif" "$work/$2.tif")"
+    echo "  $1 vs $2: $(python3 "$root/tools/measure/tiff_diff.py" "$work/$1.tif" "$work/$2.tif" 2>&1 || true)"
 done
