@@ -39,6 +39,15 @@ void CheckCount(int32_t count) {
     if (count > TKCurveLinearization::kMaxSamples) TKThrowMsg(ArgErr, "too many curve samples");
 }
 
+// Checks the points and table size of a gamma or bulge fit; false when fewer than three points
+// leave nothing to fit between the ends, and the caller takes the points as they are.
+bool Fittable(const TKVector& x, const TKVector& y, int32_t count) {
+    CheckPoints(x, y);
+    if (y.GetDim() < 3) return false;
+    CheckCount(count);
+    return true;
+}
+
 // A per-point quantity q(i) on the points strictly inside 0 < x < 1, where x^e and x - x^2
 // carry information, extended flat to the ends: i0 is the first x above 0, i1 the last x below 1.
 // ArgErr if no point lies inside.
@@ -109,13 +118,10 @@ void TKCurveLinearization::SetFromValues(const TKVector& y, int32_t count) {
 // Each point inside (0, 1) defines the exponent e with x^e = y/ymax; the table interpolates
 // these local exponents along x, so a curve that is a pure power is reproduced exactly.
 void TKCurveLinearization::SetFromGammaFit(const TKVector& x, const TKVector& y, int32_t count) {
-    CheckPoints(x, y);
-    const int32_t n = y.GetDim();
-    if (n < 3) {
+    if (!Fittable(x, y, count)) {
         SetSamples(y);
         return;
     }
-    CheckCount(count);
     const double ymax = y.Max();
     if (!(ymax > 0.0)) TKThrowMsg(ArgErr, "a gamma fit needs a positive maximum");
     const TKVector e = InnerProfile(x, [&](int32_t i) {
@@ -127,13 +133,10 @@ void TKCurveLinearization::SetFromGammaFit(const TKVector& x, const TKVector& y,
 // The bulge d = (y - x*ymax) / (x - x^2) is the curve's departure from the straight line,
 // normalised by the parabola that vanishes at both ends; it is interpolated along x.
 void TKCurveLinearization::SetFromBulgeFit(const TKVector& x, const TKVector& y, int32_t count) {
-    CheckPoints(x, y);
-    const int32_t n = y.GetDim();
-    if (n < 3) {
+    if (!Fittable(x, y, count)) {
         SetSamples(y);
         return;
     }
-    CheckCount(count);
     const double ymax = y.Max();
     const TKVector d = InnerProfile(x, [&](int32_t i) { return (y[i] - x[i] * ymax) / (x[i] - x[i] * x[i]); });
     FillTable(count, [&](double t) { return t * ymax + (t - t * t) * ReadAt(d, PointPosition(x, t)); });
