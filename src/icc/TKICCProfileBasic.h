@@ -34,6 +34,9 @@ struct TKICCHeader {
     uint8_t reserved[28] = {};                   // 100
 
     static constexpr uint32_t kBytes = 128;
+    // The rendering intent proper: the low 16 bits of the field. The high 16 bits are reserved
+    // and some writers put flags there, so they must never change which intent is meant.
+    int32_t Intent() const { return int32_t(renderingIntent & 0xFFFFu); }
     void ToBytes(uint8_t out[kBytes]) const;     // big-endian, as in files
     void FromBytes(const uint8_t in[kBytes]);
 };

@@ -51,7 +51,7 @@ uint32_t TKICCTrafoBuilder::TagFor(Direction direction, int32_t intent) const {
     static constexpr uint32_t names[3] = {TKICCSig("A2B0"), TKICCSig("A2B1"), TKICCSig("A2B2")};
     static constexpr uint32_t backNames[3] = {TKICCSig("B2A0"), TKICCSig("B2A1"), TKICCSig("B2A2")};
     const uint32_t* set = direction == Direction::kA2B ? names : backNames;
-    if (intent == kHeaderIntent) intent = int32_t(fProfile->GetHeader().renderingIntent);
+    if (intent == kHeaderIntent) intent = fProfile->GetHeader().Intent();
     const int32_t slot = (intent == 0 || intent == 11) ? 0 : intent == 2 ? 2 : 1;
     return HasTag(set[slot]) ? set[slot] : set[0];
 }
@@ -154,7 +154,7 @@ TKRefPtr<TKTrafo> TKICCTrafoBuilder::GetB2ASpecialTrafo(int32_t intent) { return
 
 TKRefPtr<TKTrafo> TKICCTrafoBuilder::ByIntent(Direction direction, int32_t intent, int32_t gridCode, int32_t* outGrid) {
     intent &= ~kRefineBit;
-    if (intent == kHeaderIntent) intent = int32_t(fProfile->GetHeader().renderingIntent);
+    if (intent == kHeaderIntent) intent = fProfile->GetHeader().Intent();
     TKRefPtr<TKTrafo> trafo;
     switch (intent) {
         case 0: trafo = Family0(direction, intent); break;

@@ -66,6 +66,29 @@ TEST_F(ProfileTrafoTest, HeaderIntentAndFallbacks) {
     EXPECT_LT(builder.GetA2B1Trafo(1)->Trafo(ink).MaxDistance(builder.GetA2B0Trafo(1)->Trafo(ink)), 1e-12);
 }
 
+// Only the low 16 bits of the header field are the intent: flags in the reserved high half
+// must neither move the tag choice nor turn the request into a special intent. Read as a whole
+// word, 0x00010002 would be neither 0, 11 nor 2 and fall to "A2B1"; 0xFFFF0001 would dispatch to
+// the special path, whose media black and white scaling visibly moves a dark ink.
+TEST_F(ProfileTrafoTest, HeaderIntentIgnoresTheReservedHighBits) {
+    auto profile = LoadProfile("icc/FOGRA39L-cmyk-v2.icc");
+    TKICCTrafoBuilder builder(profile.Get());
+    profile->GetHeader().renderingIntent = 0x00010002u;
+    EXPECT_EQ(profile->GetHeader().Intent(), 2);
+    EXPECT_EQ(builder.GetA2BTag(20), TKICCSig("A2B2"));
+    EXPECT_EQ(builder.GetB2ATag(20), TKICCSig("B2A2"));
+
+    profile->GetHeader().renderingIntent = 0xFFFF0001u;
+    EXPECT_EQ(builder.GetA2BTag(20), TKICCSig("A2B1"));
+    const TKVector dark = Cmyk(90, 80, 80, 90);
+    const TKVector relative = builder.GetA2BTrafo(1)->Trafo(dark);
+    EXPECT_LT(builder.GetA2BTrafo(20)->Trafo(dark).MaxDistance(relative), 1e-12);
+    // The guard that the comparison can fail: the special path gives a different colour here.
+    EXPECT_GT(builder.GetA2BTrafo(9)->Trafo(dark).MaxDistance(relative), 1e-3);
+    const TKVector lab({30.0, 10.0, -10.0}, kLab);
+    EXPECT_LT(builder.GetB2ATrafo(20)->Trafo(lab).MaxDistance(builder.GetB2ATrafo(1)->Trafo(lab)), 1e-12);
+}
+
 TEST_F(ProfileTrafoTest, AbsoluteIntentShowsThePaper) {
     auto profile = LoadProfile("icc/FOGRA39L-cmyk-v2.icc");
     TKICCTrafoBuilder builder(profile.Get());
