@@ -1,7 +1,9 @@
 // TKICCProfileBasic and TKICCProfile on profiles built in memory: reading levels, hostile tables,
 // writing with shared data, sorting, offsets, text tag adaptation, header text and helpers.
+#include <algorithm>
 #include <cstring>
 #include <fstream>
+#include <iterator>
 #include <vector>
 
 #include "icc/TKICCDataTags.h"
@@ -165,6 +167,46 @@ TEST(ICCProfileWrite, SharedDataSurvivesWithoutRecalculation) {
     EXPECT_EQ(separate.size(), original.size() + 20);
     EXPECT_EQ(U32At(separate, 0), separate.size());
     EXPECT_NE(U32At(separate, 136), U32At(separate, 148));
+}
+
+// A real profile whose A2B0/A2B1/A2B2, B2A0/B2A1/B2A2 and targ/DevD/CIED entries each share one
+// body (FOGRA39L as published, 246876 bytes). Kept offsets keep the sharing and the size; a
+// recalculation gives each of the 16 tags a place of its own: 132 + 12 x 16 bytes of header and
+// table plus the sum of the padded tag sizes, 715324 bytes. Either way the tags read back alike.
+TEST(ICCProfileWrite, SharedBodiesOfARealProfile) {
+    std::ifstream in(TestDataPath("icc/FOGRA39L-cmyk-v2.icc"), std::ios::binary);
+    const Bytes original((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    ASSERT_EQ(original.size(), 246876u);
+    auto profile = ReadProfile(original);
+    ASSERT_EQ(profile->GetTagCount(), 16);
+    auto offsetOf = [](TKICCProfileBasic& p, uint32_t sig) { return p.GetTag(sig, false)->GetOffset(); };
+    auto bodyOf = [](TKICCProfileBasic& p, uint32_t sig) {
+        uint32_t n = 0;
+        const uint8_t* data = p.GetTag(sig, false)->GetData(&n, kBigEndian);
+        return Bytes(data, data + n);
+    };
+
+    Bytes kept = WriteProfile(*profile, 0, false, false);
+    EXPECT_EQ(kept.size(), original.size());
+    auto keptBack = ReadProfile(kept);
+    EXPECT_EQ(offsetOf(*keptBack, TKICCSig("A2B1")), offsetOf(*keptBack, TKICCSig("A2B0")));
+    EXPECT_EQ(offsetOf(*keptBack, TKICCSig("A2B2")), offsetOf(*keptBack, TKICCSig("A2B0")));
+    EXPECT_EQ(offsetOf(*keptBack, TKICCSig("DevD")), offsetOf(*keptBack, TKICCSig("targ")));
+    EXPECT_NE(offsetOf(*keptBack, TKICCSig("B2A0")), offsetOf(*keptBack, TKICCSig("A2B0")));
+
+    Bytes placed = WriteProfile(*profile, 0, false, true);
+    EXPECT_EQ(placed.size(), 715324u);
+    EXPECT_EQ(U32At(placed, 0), placed.size());
+    auto placedBack = ReadProfile(placed);
+    std::vector<uint32_t> offsets;
+    for (int32_t i = 0; i < placedBack->GetTagCount(); ++i) {
+        TKICCTag* tag = placedBack->GetTagAt(i);
+        SCOPED_TRACE(TKString::FromSignature(tag->GetSignature()).CString());
+        EXPECT_EQ(std::count(offsets.begin(), offsets.end(), tag->GetOffset()), 0);
+        offsets.push_back(tag->GetOffset());
+        EXPECT_EQ(bodyOf(*placedBack, tag->GetSignature()), bodyOf(*keptBack, tag->GetSignature()));
+    }
+    EXPECT_EQ(bodyOf(*placedBack, TKICCSig("A2B2")), bodyOf(*placedBack, TKICCSig("A2B0")));
 }
 
 TEST(ICCProfileWrite, SortNeedsRecalculation) {
