@@ -32,8 +32,7 @@ Image Prepare(const Image& in, TKLinkRef link, const std::string& inName) {
     if (dstType == kLab || dstType == kXYZ)
         throw Failure("the trafo ends in " + SignatureText(dstType) + "; images are written in device colours");
     if (dstDim < 1 || dstDim + in.extra > 0xFFFF) throw Failure("the trafo has no usable channel count");
-    Image out = in;
-    out.planes.clear();
+    Image out(static_cast<const ImageShape&>(in));
     out.samples = uint16_t(dstDim + in.extra);
     out.photometric = dstDim == 1 ? PHOTOMETRIC_MINISBLACK
                       : (dstDim == 3 && dstType != SignatureFrom("CMY")) ? PHOTOMETRIC_RGB
@@ -117,7 +116,7 @@ int RunApply(Args& args) {
     }
     const double matchSeconds = SecondsSince(matchStart);
     if (layout != 0 && (layout == 2) != out.planar) {
-        Image relaid = out;
+        Image relaid(static_cast<const ImageShape&>(out));
         relaid.planar = layout == 2;
         relaid.Allocate();
         const uint32_t bytes = out.BytesPerSample();

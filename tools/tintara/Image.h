@@ -8,7 +8,9 @@
 
 namespace host {
 
-struct Image {
+// Everything about a raster but its pixels, so that a result can take a source's shape and tags
+// without copying the source's samples.
+struct ImageShape {
     uint32_t width = 0, height = 0;
     uint16_t bits = 8;          // 8 or 16
     uint16_t samples = 0;       // colour channels plus extra samples
@@ -24,13 +26,18 @@ struct Image {
     float xResolution = 0, yResolution = 0;
     uint16_t resolutionUnit = 2;
     std::vector<uint8_t> iccProfile;
-    // One buffer for interleaved samples, or one per sample for planar ones; rows top to bottom.
-    std::vector<std::vector<uint8_t>> planes;
 
     uint16_t ColourChannels() const { return uint16_t(samples - extra); }
     uint32_t BytesPerSample() const { return bits / 8u; }
     // Bytes of one row in one buffer.
     uint64_t RowBytes() const { return uint64_t(width) * (planar ? 1u : samples) * BytesPerSample(); }
+};
+
+struct Image : ImageShape {
+    Image() = default;
+    explicit Image(const ImageShape& shape) : ImageShape(shape) {}
+    // One buffer for interleaved samples, or one per sample for planar ones; rows top to bottom.
+    std::vector<std::vector<uint8_t>> planes;
     // Allocates the buffers for the size and layout already set.
     void Allocate();
 };

@@ -1,6 +1,7 @@
 // Reads and writes TIFF rasters through libtiff, checking every size before allocating.
 #include <tiffio.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 #include <memory>
@@ -116,11 +117,21 @@ Image ReadTiff(const std::string& path) {
         image.iccProfile.assign(static_cast<uint8_t*>(icc), static_cast<uint8_t*>(icc) + iccSize);
     if (uint64_t(TIFFScanlineSize64(t)) != image.RowBytes()) throw fail("rows of unexpected size");
     image.Allocate();
+    // Whole strips go straight into the raster: one library call and no copy per strip.
+    uint32_t stripRows = 0;
+    TIFFGetFieldDefaulted(t, TIFFTAG_ROWSPERSTRIP, &stripRows);
+    const uint32_t rowsPer = (stripRows == 0 || stripRows > image.height) ? image.height : stripRows;
+    const uint64_t rowBytes = image.RowBytes();
     for (size_t plane = 0; plane < image.planes.size(); ++plane)
-        for (uint32_t row = 0; row < image.height; ++row)
-            if (TIFFReadScanline(t, image.planes[plane].data() + row * image.RowBytes(), row, uint16_t(plane)) < 0)
+        for (uint32_t row = 0; row < image.height; row += rowsPer) {
+            const uint32_t rows = std::min(rowsPer, image.height - row);
+            const uint32_t strip = TIFFComputeStrip(t, row, uint16_t(plane));
+            const tmsize_t wanted = tmsize_t(uint64_t(rows) * rowBytes);
+            if (strip >= TIFFNumberOfStrips(t) ||
+                TIFFReadEncodedStrip(t, strip, image.planes[plane].data() + row * rowBytes, wanted) != wanted)
                 throw fail("row " + std::to_string(row) + " is damaged" +
                            (tLastTiffError.empty() ? "" : " (" + tLastTiffError + ")"));
+        }
     return image;
 }
 
@@ -162,11 +173,17 @@ void WriteTiff(const std::string& path, const Image& image, const std::string& s
     if (!image.iccProfile.empty())
         TIFFSetField(t, TIFFTAG_ICCPROFILE, uint32_t(image.iccProfile.size()), image.iccProfile.data());
     TIFFSetField(t, TIFFTAG_SOFTWARE, "tintara");
+    uint32_t stripRows = 0;
+    TIFFGetFieldDefaulted(t, TIFFTAG_ROWSPERSTRIP, &stripRows);
+    const uint32_t rowsPer = (stripRows == 0 || stripRows > image.height) ? image.height : stripRows;
+    const uint64_t rowBytes = image.RowBytes();
     for (size_t plane = 0; plane < image.planes.size(); ++plane)
-        for (uint32_t row = 0; row < image.height; ++row) {
-            // libtiff takes a non-const row but does not change it when writing.
-            auto* data = const_cast<uint8_t*>(image.planes[plane].data() + row * image.RowBytes());
-            if (TIFFWriteScanline(t, data, row, uint16_t(plane)) < 0)
+        for (uint32_t row = 0; row < image.height; row += rowsPer) {
+            const uint32_t rows = std::min(rowsPer, image.height - row);
+            // libtiff takes a non-const strip; it encodes from a copy where an encoder would change it.
+            auto* data = const_cast<uint8_t*>(image.planes[plane].data() + row * rowBytes);
+            if (TIFFWriteEncodedStrip(t, TIFFComputeStrip(t, row, uint16_t(plane)), data,
+                                      tmsize_t(uint64_t(rows) * rowBytes)) < 0)
                 throw Failure("cannot write " + shownName + ": " + tLastTiffError);
         }
     if (!TIFFWriteDirectory(t)) throw Failure("cannot write " + shownName + ": " + tLastTiffError);
