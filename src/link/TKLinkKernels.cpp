@@ -24,11 +24,38 @@ template <class S, class D>
 using ShiftUpTo3 = TKLinkKernelTraits<S, D, 1, 3, true, false, kAnyOutputs>;
 template <class S, class D>
 using ShiftN = TKLinkKernelTraits<S, D, 4, kMaxN, true, true, kAnyOutputs>;
-template <class S, class D, int32_t Channels, bool Split, int32_t Outputs>
-using Unrolled = TKLinkKernelTraits<S, D, Channels, Channels, true, Split, kUnrolledOutputs, Outputs>;
+template <class S, class D, int32_t Channels, bool Split, bool Shifted, int32_t Outputs>
+using Unrolled = TKLinkKernelTraits<S, D, Channels, Channels, Shifted, Split, kUnrolledOutputs, Outputs>;
 
-// The unrolled forms take their sample sizes as arguments; three and four outputs (colour
-// spaces and CMYK) get their own instance, other counts a loop up to eight.
+// An unrolled form of fixed sample types: three and four outputs (colour spaces and CMYK) get
+// their own instance, other counts a loop up to eight.
+template <class S, class D, int32_t Channels, bool Split, bool Shifted>
+void RunFixed(TKLinkGeneric& link, const AxisTable* axis, int32_t count, const void* const* src, void* const* dst,
+              const int32_t* srcStrides, const int32_t* dstStrides, TKProgress* progress) {
+    switch (link.GetDstDim()) {
+        case 3:
+            return Run<Unrolled<S, D, Channels, Split, Shifted, 3>>(link, axis, count, src, dst, srcStrides, dstStrides,
+                                                                     progress);
+        case 4:
+            return Run<Unrolled<S, D, Channels, Split, Shifted, 4>>(link, axis, count, src, dst, srcStrides, dstStrides,
+                                                                     progress);
+        default:
+            return Run<Unrolled<S, D, Channels, Split, Shifted, 0>>(link, axis, count, src, dst, srcStrides, dstStrides,
+                                                                     progress);
+    }
+}
+
+// A divided-cell kernel on a link of exactly the unrolled shape (3 channels, or 4 with channel 3
+// split) runs the unrolled form with divided cells: the same integers, without the loops.
+template <class S, class D, template <class, class> class Shape, int32_t Channels, bool Split>
+void RunDivided(TKLinkGeneric& link, const AxisTable* axis, int32_t count, const void* const* src, void* const* dst,
+                const int32_t* srcStrides, const int32_t* dstStrides, TKProgress* progress) {
+    if (link.GetSrcDim() == Channels && link.GetDstDim() >= 1 && link.GetDstDim() <= kUnrolledOutputs)
+        return RunFixed<S, D, Channels, Split, false>(link, axis, count, src, dst, srcStrides, dstStrides, progress);
+    Run<Shape<S, D>>(link, axis, count, src, dst, srcStrides, dstStrides, progress);
+}
+
+// The unrolled shifted forms take their sample sizes as arguments.
 template <int32_t Channels, bool Split>
 void RunUnrolled(TKLinkGeneric& link, const AxisTable* axis, int32_t count, const void* const* src, void* const* dst,
                  const int32_t* srcStrides, const int32_t* dstStrides, int32_t srcBits, int32_t dstBits,
@@ -36,11 +63,7 @@ void RunUnrolled(TKLinkGeneric& link, const AxisTable* axis, int32_t count, cons
     auto withTypes = [&](auto srcSample, auto dstSample) {
         using S = decltype(srcSample);
         using D = decltype(dstSample);
-        switch (link.GetDstDim()) {
-            case 3: return Run<Unrolled<S, D, Channels, Split, 3>>(link, axis, count, src, dst, srcStrides, dstStrides, progress);
-            case 4: return Run<Unrolled<S, D, Channels, Split, 4>>(link, axis, count, src, dst, srcStrides, dstStrides, progress);
-            default: return Run<Unrolled<S, D, Channels, Split, 0>>(link, axis, count, src, dst, srcStrides, dstStrides, progress);
-        }
+        RunFixed<S, D, Channels, Split, true>(link, axis, count, src, dst, srcStrides, dstStrides, progress);
     };
     if (srcBits == 16 && dstBits == 16) withTypes(uint16_t(), uint16_t());
     else if (srcBits == 8 && dstBits == 8) withTypes(uint8_t(), uint8_t());
@@ -60,17 +83,27 @@ void RunUnrolled(TKLinkGeneric& link, const AxisTable* axis, int32_t count, cons
                          reinterpret_cast<void* const*>(dst), srcStrides, dstStrides, progress);             \
     }
 
-TK_LINK_TYPED_KERNEL(MatchGrid8, uint8_t, uint8_t, GridUpTo3)
-TK_LINK_TYPED_KERNEL(MatchGrid16, uint16_t, uint16_t, GridUpTo3)
-TK_LINK_TYPED_KERNEL(MatchGrid8To16, uint8_t, uint16_t, GridUpTo3)
+#define TK_LINK_DIVIDED_KERNEL(Name, S, D, Shape, Channels, Split)                                          \
+    void TKLinkGeneric::Name(int32_t count, const S* const* src, D* const* dst, const int32_t* srcStrides,   \
+                             const int32_t* dstStrides, TKProgress* progress) {                              \
+        RunDivided<S, D, Shape, Channels, Split>(*this, fAxisOffset, count,                                  \
+                                                 reinterpret_cast<const void* const*>(src),                  \
+                                                 reinterpret_cast<void* const*>(dst), srcStrides, dstStrides, \
+                                                 progress);                                                  \
+    }
+
+TK_LINK_DIVIDED_KERNEL(MatchGrid8, uint8_t, uint8_t, GridUpTo3, 3, false)
+TK_LINK_DIVIDED_KERNEL(MatchGrid16, uint16_t, uint16_t, GridUpTo3, 3, false)
+TK_LINK_DIVIDED_KERNEL(MatchGrid8To16, uint8_t, uint16_t, GridUpTo3, 3, false)
 TK_LINK_TYPED_KERNEL(MatchShift16, uint16_t, uint16_t, ShiftUpTo3)
 TK_LINK_TYPED_KERNEL(MatchShift8, uint8_t, uint8_t, ShiftUpTo3)
-TK_LINK_TYPED_KERNEL(MatchGridN8, uint8_t, uint8_t, GridN)
-TK_LINK_TYPED_KERNEL(MatchGridN16, uint16_t, uint16_t, GridN)
-TK_LINK_TYPED_KERNEL(MatchGridN8To16, uint8_t, uint16_t, GridN)
+TK_LINK_DIVIDED_KERNEL(MatchGridN8, uint8_t, uint8_t, GridN, 4, true)
+TK_LINK_DIVIDED_KERNEL(MatchGridN16, uint16_t, uint16_t, GridN, 4, true)
+TK_LINK_DIVIDED_KERNEL(MatchGridN8To16, uint8_t, uint16_t, GridN, 4, true)
 TK_LINK_TYPED_KERNEL(MatchShiftN16, uint16_t, uint16_t, ShiftN)
 TK_LINK_TYPED_KERNEL(MatchShiftN8, uint8_t, uint8_t, ShiftN)
 #undef TK_LINK_TYPED_KERNEL
+#undef TK_LINK_DIVIDED_KERNEL
 
 void TKLinkGeneric::Match3(int32_t count, const void* const* src, void* const* dst, const int32_t* srcStrides,
                            const int32_t* dstStrides, int32_t srcBits, int32_t dstBits, TKProgress* progress) {

@@ -1,7 +1,8 @@
 // Long calls of the unrolled 3- and 4-channel kernels on interleaved 8-bit pixels, which look up
 // each sample's cell in a table filled once per call, against the slow reference evaluator bit
-// for bit: every sample value in every channel, runs of equal pixels, curves, lazy links, 2- and
-// 2^k + 1-point grids, 8- and 16-bit results, pad samples between pixels left alone.
+// for bit: every sample value in every channel, runs of equal pixels, curves, lazy links, grids
+// of shifted cells (2 and 2^k + 1 points) and of divided cells (11, 13, 21), 8- and 16-bit
+// results, pad samples between pixels left alone.
 #include <random>
 #include <vector>
 
@@ -91,8 +92,10 @@ int32_t CheckLongCall(const LongCase& lc, uint32_t seed) {
     for (int32_t i = 0; i < kCount; ++i) {
         uint32_t samples[4], expected[36];
         for (int32_t c = 0; c < lc.srcDim; ++c) samples[c] = in[size_t(i) * (lc.srcDim + 1) + c];
-        // All grids here are 2 or 2^k + 1 points: shifted cells, channel 3 split.
-        KernelReference::Pixel(*twin, samples, 8, expected, int32_t(sizeof(D)) * 8, {true}, true);
+        // Grids of 2 or 2^k + 1 points read shifted cells (the unrolled kernels take 8-to-16-bit
+        // pixels too), other grids divided cells. Channel 3 is split.
+        const bool shifted = lc.grid == 2 || ((lc.grid - 1) & (lc.grid - 2)) == 0;
+        KernelReference::Pixel(*twin, samples, 8, expected, int32_t(sizeof(D)) * 8, {shifted}, true);
         const D* got = &out[size_t(i) * (lc.dstDim + 1)];
         for (int32_t o = 0; o < lc.dstDim; ++o)
             if (got[o] != expected[o] && bad++ == 0)
@@ -107,7 +110,7 @@ TEST(KernelLongCall, InterleavedEightBitCallsMatchTheReference) {
     uint32_t seed = 7;
     for (int32_t n : {3, 4})
         for (int32_t outs : {3, 4, 5})
-            for (int32_t grid : {2, 9, 17, 33})
+            for (int32_t grid : {2, 3, 5, 9, 11, 13, 17, 21, 33})
                 for (bool curves : {false, true})
                     for (bool lazy : {false, true}) {
                         const LongCase lc{n, outs, grid, curves, lazy};
