@@ -39,7 +39,7 @@ Image Prepare(const Image& in, TKLinkRef link, const std::string& inName) {
                                                                          : PHOTOMETRIC_SEPARATED;
     out.inkSet = (dstDim == 4 && dstType != SignatureFrom("mc4A")) ? INKSET_CMYK : INKSET_MULTIINK;
     out.iccProfile.clear();
-    out.Allocate();
+    out.Allocate(false);  // every sample is matched or copied into it
     return out;
 }
 
@@ -118,7 +118,7 @@ int RunApply(Args& args) {
     if (layout != 0 && (layout == 2) != out.planar) {
         Image relaid(static_cast<const ImageShape&>(out));
         relaid.planar = layout == 2;
-        relaid.Allocate();
+        relaid.Allocate(false);
         const uint32_t bytes = out.BytesPerSample();
         for (uint32_t y = 0; y < out.height; ++y)
             for (uint32_t x = 0; x < out.width; ++x)

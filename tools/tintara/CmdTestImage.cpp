@@ -154,7 +154,7 @@ int RunTestImage(Args& args) {
                 const uint32_t sample = uint32_t(std::lround(std::clamp(values[s], 0.0, 1.0) * full));
                 const uint64_t pixel = uint64_t(y) * image.width + x;
                 const uint64_t at = image.planar ? pixel : pixel * image.samples + s;
-                std::vector<uint8_t>& plane = image.planes[image.planar ? s : 0];
+                auto& plane = image.planes[image.planar ? s : 0];
                 if (image.bits == 8) {
                     plane[at] = uint8_t(sample);
                 } else {

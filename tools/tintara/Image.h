@@ -3,10 +3,37 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
+#include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace host {
+
+// Leaves new elements uninitialised when a buffer grows without a value: a raster that is read or
+// matched into straight away need not be zeroed first (64 MB of zeros is a noticeable share of a job).
+template <class T>
+struct DefaultInitAllocator : std::allocator<T> {
+    template <class U>
+    struct rebind {
+        using other = DefaultInitAllocator<U>;
+    };
+    DefaultInitAllocator() = default;
+    template <class U>
+    DefaultInitAllocator(const DefaultInitAllocator<U>&) noexcept {}
+    template <class U>
+    void construct(U* p) noexcept {
+        ::new (static_cast<void*>(p)) U;
+    }
+    template <class U, class... Args>
+    void construct(U* p, Args&&... args) {
+        ::new (static_cast<void*>(p)) U(std::forward<Args>(args)...);
+    }
+};
+
+// The bytes of one sample buffer.
+using SampleBuffer = std::vector<uint8_t, DefaultInitAllocator<uint8_t>>;
 
 // Everything about a raster but its pixels, so that a result can take a source's shape and tags
 // without copying the source's samples.
@@ -37,9 +64,10 @@ struct Image : ImageShape {
     Image() = default;
     explicit Image(const ImageShape& shape) : ImageShape(shape) {}
     // One buffer for interleaved samples, or one per sample for planar ones; rows top to bottom.
-    std::vector<std::vector<uint8_t>> planes;
-    // Allocates the buffers for the size and layout already set.
-    void Allocate();
+    std::vector<SampleBuffer> planes;
+    // Allocates the buffers for the size and layout already set, zeroed or, for a raster that is
+    // filled whole right after, left as they come.
+    void Allocate(bool zeroed = true);
 };
 
 // Reads a TIFF; a Failure names the file and what is wrong with it.

@@ -54,11 +54,16 @@ uint16_t CompressionFrom(const std::string& name) {
     throw UsageError("unknown compression '" + name + "' (none, lzw, deflate, packbits)");
 }
 
-void Image::Allocate() {
+void Image::Allocate(bool zeroed) {
     const uint64_t bytes = RowBytes() * height;
     if (width == 0 || height == 0 || bytes / height != RowBytes() || bytes > kMaxImageBytes)
         throw Failure("image of " + std::to_string(width) + " x " + std::to_string(height) + " pixels is too large");
-    planes.assign(planar ? samples : 1, std::vector<uint8_t>(size_t(bytes)));
+    planes.clear();
+    planes.resize(planar ? samples : 1);
+    for (SampleBuffer& plane : planes) {
+        if (zeroed) plane.assign(size_t(bytes), 0);
+        else plane.resize(size_t(bytes));
+    }
 }
 
 Image ReadTiff(const std::string& path) {
@@ -116,7 +121,7 @@ Image ReadTiff(const std::string& path) {
     if (TIFFGetField(t, TIFFTAG_ICCPROFILE, &iccSize, &icc) && icc && iccSize > 0)
         image.iccProfile.assign(static_cast<uint8_t*>(icc), static_cast<uint8_t*>(icc) + iccSize);
     if (uint64_t(TIFFScanlineSize64(t)) != image.RowBytes()) throw fail("rows of unexpected size");
-    image.Allocate();
+    image.Allocate(false);
     // Whole strips go straight into the raster: one library call and no copy per strip.
     uint32_t stripRows = 0;
     TIFFGetFieldDefaulted(t, TIFFTAG_ROWSPERSTRIP, &stripRows);

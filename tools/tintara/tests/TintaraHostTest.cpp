@@ -86,7 +86,7 @@ protected:
 uint32_t Sample(const host::Image& image, uint32_t x, uint32_t y, uint16_t s) {
     const uint64_t pixel = uint64_t(y) * image.width + x;
     const uint64_t at = image.planar ? pixel : pixel * image.samples + s;
-    const std::vector<uint8_t>& plane = image.planes[image.planar ? s : 0];
+    const auto& plane = image.planes[image.planar ? s : 0];
     if (image.bits == 8) return plane[at];
     uint16_t value;
     std::memcpy(&value, &plane[at * 2], 2);
