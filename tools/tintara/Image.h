@@ -11,6 +11,13 @@
 
 namespace host {
 
+// Memory of large rasters: aligned to 2 MB and offered to the kernel for huge pages, so that the
+// first touch of a 64 MB raster costs a few dozen page faults instead of sixteen thousand.
+void* AllocateRaster(size_t bytes);
+void FreeRaster(void* block) noexcept;
+// Sizes from which the raster memory above is used.
+constexpr size_t kRasterBytes = size_t(4) << 20;
+
 // Leaves new elements uninitialised when a buffer grows without a value: a raster that is read or
 // matched into straight away need not be zeroed first (64 MB of zeros is a noticeable share of a job).
 template <class T>
@@ -22,6 +29,14 @@ struct DefaultInitAllocator : std::allocator<T> {
     DefaultInitAllocator() = default;
     template <class U>
     DefaultInitAllocator(const DefaultInitAllocator<U>&) noexcept {}
+    T* allocate(size_t n) {
+        if (n * sizeof(T) < kRasterBytes) return std::allocator<T>::allocate(n);
+        return static_cast<T*>(AllocateRaster(n * sizeof(T)));
+    }
+    void deallocate(T* p, size_t n) noexcept {
+        if (n * sizeof(T) < kRasterBytes) std::allocator<T>::deallocate(p, n);
+        else FreeRaster(p);
+    }
     template <class U>
     void construct(U* p) noexcept {
         ::new (static_cast<void*>(p)) U;
