@@ -3,6 +3,7 @@
 #include <tiffio.h>
 
 #include <cstdio>
+#include <future>
 #include <thread>
 
 #include "Chain.h"
@@ -85,6 +86,16 @@ int RunApply(Args& args) {
     const uint16_t outCompression = compression.empty() ? 0 : CompressionFrom(compression);
 
     const auto start = std::chrono::steady_clock::now();
+    // When more than one thread may run, the source is read while the link is set up: neither
+    // needs the other. Should the setup fail, leaving this scope waits for the read to end.
+    double readSeconds = 0;
+    std::future<Image> reading =
+        std::async(threads > 1 ? std::launch::async : std::launch::deferred, [&inName, &readSeconds] {
+            const auto readStart = std::chrono::steady_clock::now();
+            Image image = ReadTiff(inName);
+            readSeconds = SecondsSince(readStart);
+            return image;
+        });
     Ref trafo = BuildTrafo(chain);
     double bakeSeconds = 0;
     Ref baked;
@@ -97,9 +108,7 @@ int RunApply(Args& args) {
     const std::string profileName = noEmbed ? std::string() : (embed.empty() ? chain.DestinationProfile() : embed);
     if (!profileName.empty()) profile = ReadFileBytes(profileName);
 
-    auto readStart = std::chrono::steady_clock::now();
-    const Image in = ReadTiff(inName);
-    const double readSeconds = SecondsSince(readStart);
+    const Image in = reading.get();
     Image out = Prepare(in, link, inName);
     out.iccProfile = profile;
     if (outCompression) {
