@@ -8,7 +8,7 @@ namespace host {
 
 // Fills `out` (same size, depth and layout as `in`, with the link's destination channels plus the
 // same extra samples) with `in` matched through `link`; the extra samples are copied untouched.
-// Every row is matched on its own, so the bytes do not depend on the number of threads.
+// Runs of rows are cut by the image's width alone, so the bytes do not depend on the number of threads.
 void MatchImage(TKLinkRef link, const Image& in, Image& out, int threads, ProgressBar& progress);
 
 }  // namespace host
