@@ -12,6 +12,18 @@ struct TKLinkCellMath {
     // A cell of 2^cellLog2 units divides by a shift; 0 when the cell is no power of two.
     uint32_t cellLog2 = 0;
     bool cellIsPowerOfTwo = false;
+    // floor(2^64 / cell) + 1 (2^64 / cell for a power of two): for any x below 2^32 the high
+    // word of x * reciprocal is x / cell exactly, since the error x * (reciprocal - 2^64 / cell)
+    // / 2^64 stays below 2^-32 < 1 / cell. A multiply instead of a division on every pixel.
+    uint64_t reciprocal = 0;
+
+    constexpr uint32_t Divide(uint32_t x) const {
+#if defined(__SIZEOF_INT128__)
+        return uint32_t((static_cast<unsigned __int128>(x) * reciprocal) >> 64);
+#else
+        return x / cell;
+#endif
+    }
 
     // gridShift is k for 2^k + 1 points, else 0. A 2-point grid takes the shifted arithmetic
     // with k = 0: its cell is 0xFFFF, not 0x10000, so a full-scale node comes out as 0xFFFE.
@@ -32,6 +44,8 @@ struct TKLinkCellMath {
         m.cellIsPowerOfTwo = (m.cell & (m.cell - 1)) == 0;
         if (m.cellIsPowerOfTwo)
             while ((1u << m.cellLog2) < m.cell) ++m.cellLog2;
+        // (2^64 - 1) / cell is floor(2^64 / cell), less one for a power of two: +1 gives both.
+        m.reciprocal = ~uint64_t(0) / m.cell + 1;
         return m;
     }
 
@@ -43,7 +57,7 @@ struct TKLinkCellMath {
             f = v == 0xFFFF ? cell : (v & mask);
             return v >> cellShift;
         } else {
-            const uint32_t q = v / cell;
+            const uint32_t q = Divide(v);
             if (q <= lastCell) {
                 f = v - q * cell;
                 return q;
@@ -57,7 +71,7 @@ struct TKLinkCellMath {
     template <bool Shifted>
     constexpr uint32_t Result(uint32_t sum) const {
         if constexpr (Shifted) return sum >> cellShift;
-        else return sum / cell;
+        else return Divide(sum);
     }
 
     // The share of weight w that goes to the node one step further along channel 3, whose
@@ -67,6 +81,6 @@ struct TKLinkCellMath {
     // Shifted grids of 2^k + 1 points have a power-of-two cell: a shift instead of a division,
     // the same quotient. The branch is taken the same way for every pixel of a call.
     constexpr uint32_t UpperShare(uint32_t w, uint32_t f3) const {
-        return cellIsPowerOfTwo ? (w * f3) >> cellLog2 : w * f3 / cell;
+        return cellIsPowerOfTwo ? (w * f3) >> cellLog2 : Divide(w * f3);
     }
 };

@@ -8,6 +8,7 @@
 
 #include "link/KernelReference.h"
 #include "link/TKLinkGeneric.h"
+#include "link/TKLinkKernelMath.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -117,6 +118,33 @@ TEST(KernelLongCall, InterleavedEightBitCallsMatchTheReference) {
                         EXPECT_EQ(CheckLongCall<uint8_t>(lc, ++seed), 0);
                         EXPECT_EQ(CheckLongCall<uint16_t>(lc, ++seed), 0);
                     }
+}
+
+// The divided cells divide by a multiply with a per-grid reciprocal: the quotient must equal the
+// true one for every dividend the kernels form (positions, weight products, sums below 2^32),
+// tried at each side of every multiple of the cell and at random, for every grid size.
+TEST(KernelLongCall, CellDivisionByReciprocalIsExact) {
+    std::mt19937 rng(11);
+    for (int32_t grid = 2; grid <= TKLinkGeneric::kMaxGridPoints; ++grid) {
+        int32_t shift = 0;
+        while (shift < 16 && (1 << shift) + 1 < grid) ++shift;
+        for (int32_t k : {0, (1 << shift) + 1 == grid ? shift : 0}) {
+            const TKLinkCellMath m = TKLinkCellMath::For(grid, k);
+            int32_t bad = 0;
+            auto check = [&](uint32_t x) {
+                if (m.Divide(x) != x / m.cell && bad++ == 0)
+                    ADD_FAILURE() << "grid " << grid << " cell " << m.cell << ": " << x;
+            };
+            for (uint64_t q = 0; q * m.cell <= 0xFFFFFFFFull; q += 1 + q / 64) {
+                const uint32_t x = uint32_t(q * m.cell);
+                check(x);
+                if (x) check(x - 1);
+            }
+            check(0xFFFFFFFFu);
+            for (int32_t i = 0; i < 2000; ++i) check(uint32_t(rng()));
+            EXPECT_EQ(bad, 0);
+        }
+    }
 }
 
 }  // namespace
