@@ -371,6 +371,42 @@ TEST_F(Host, BadInputFailsCleanly) {
                        "nodir/o.tif");
 }
 
+TEST_F(Host, DamagedStripsFailCleanly) {
+    ASSERT_EQ(Run("testimage -s 200x150 -c lzw '" + Path("in.tif") + "'").code, 0);
+    std::string bytes = Slurp(Path("in.tif"));
+    ASSERT_GT(bytes.size(), 4000u);
+    bytes.replace(200, 3800, std::string(3800, '\xff'));  // garbage codes in the first strips
+    std::ofstream(Path("damaged.tif"), std::ios::binary) << bytes;
+    const std::vector<std::string> before = Files();
+    for (const char* threads : {"1", "2"})
+        ExpectOneLineError(Run(std::string("apply -t ") + threads + " -l '" + Link("rgb-to-rgb.lnk") + "' '" +
+                               Path("damaged.tif") + "' '" + Path("o.tif") + "'"),
+                           "damaged");
+    EXPECT_EQ(Files(), before);
+}
+
+TEST_F(Host, EveryCompressionKeepsThePixelsOfEveryStrip) {
+    // 16-bit planar with alpha: many strips per plane, the last one short.
+    ASSERT_EQ(Run("testimage -a -b 16 --planar -s 301x157 '" + Path("in.tif") + "'").code, 0);
+    std::vector<host::Image> results;
+    for (const char* compression : {"none", "lzw", "deflate", "packbits"}) {
+        const std::string out = Path(std::string(compression) + ".tif");
+        ASSERT_EQ(Run("apply -t 2 -c " + std::string(compression) + " -l '" + Link("rgb-to-rgb.lnk") + "' '" +
+                      Path("in.tif") + "' '" + out + "'").code, 0);
+        results.push_back(host::ReadTiff(out));
+    }
+    TIFF* t = TIFFOpen(Path("none.tif").c_str(), "r");
+    ASSERT_NE(t, nullptr);
+    EXPECT_GT(TIFFNumberOfStrips(t), 8u);
+    TIFFClose(t);
+    for (size_t i = 1; i < results.size(); ++i) EXPECT_TRUE(results[i].planes == results[0].planes) << i;
+    const host::Image in = host::ReadTiff(Path("in.tif"));
+    uint32_t differing = 0;
+    for (uint32_t y = 0; y < in.height; ++y)
+        for (uint32_t x = 0; x < in.width; ++x) differing += Sample(in, x, y, 3) != Sample(results[0], x, y, 3);
+    EXPECT_EQ(differing, 0u);
+}
+
 #if TINTARA_HOST_PROFILES
 // ---- Profile chains (built when the library has its profile functions) ----
 
