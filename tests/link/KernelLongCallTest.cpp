@@ -1,8 +1,8 @@
-// Long calls of the unrolled 3- and 4-channel kernels on interleaved 8-bit pixels, which look up
-// each sample's cell in a table filled once per call, against the slow reference evaluator bit
-// for bit: every sample value in every channel, runs of equal pixels, curves, lazy links, grids
-// of shifted cells (2 and 2^k + 1 points) and of divided cells (11, 13, 21), 8- and 16-bit
-// results, pad samples between pixels left alone.
+// Long calls of the unrolled 3- and 4-channel kernels on interleaved pixels (8-bit ones look up
+// each sample's cell in a table filled once per call, 16-bit ones walk whole words) against the
+// slow reference evaluator bit for bit: every 8-bit value in every channel, runs of equal pixels,
+// curves, lazy links, grids of shifted cells (2 and 2^k + 1 points) and of divided cells (11, 13,
+// 21), 8- and 16-bit samples in and out, pad samples between pixels left alone.
 #include <random>
 #include <vector>
 
@@ -50,21 +50,22 @@ std::unique_ptr<ScrambledLink> MakeLink(const LongCase& lc, bool lazy) {
     return link;
 }
 
-// Interleaved pixels with one pad sample after each: the first 256 pixels hold every value in
-// every channel, then random colours in runs of 1 to 40 pixels.
-std::vector<uint8_t> MakeSource(int32_t channels, int32_t count, std::mt19937& rng) {
-    std::vector<uint8_t> px(size_t(count) * (channels + 1), 0x5A);
-    uint8_t colour[4] = {};
+// Interleaved pixels with one pad sample after each: the first 256 pixels hold every 8-bit value
+// (scaled to 16 bits for 16-bit samples) in every channel, then random colours in runs of 1 to 40.
+template <class S>
+std::vector<S> MakeSource(int32_t channels, int32_t count, std::mt19937& rng) {
+    std::vector<S> px(size_t(count) * (channels + 1), S(0x5A));
+    S colour[4] = {};
     int32_t run = 0;
     for (int32_t i = 0; i < count; ++i) {
-        uint8_t* p = &px[size_t(i) * (channels + 1)];
+        S* p = &px[size_t(i) * (channels + 1)];
         if (i < 256) {
-            for (int32_t c = 0; c < channels; ++c) p[c] = uint8_t(i * (2 * c + 1) + c);
+            for (int32_t c = 0; c < channels; ++c) p[c] = S(uint8_t(i * (2 * c + 1) + c) * (sizeof(S) == 1 ? 1 : 257));
             continue;
         }
         if (run-- <= 0) {
             run = int32_t(rng() % 40);
-            for (int32_t c = 0; c < channels; ++c) colour[c] = uint8_t(rng());
+            for (int32_t c = 0; c < channels; ++c) colour[c] = S(rng());
         }
         for (int32_t c = 0; c < channels; ++c) p[c] = colour[c];
     }
@@ -72,21 +73,22 @@ std::vector<uint8_t> MakeSource(int32_t channels, int32_t count, std::mt19937& r
 }
 
 // One call over all pixels through the dispatch, then each pixel against the reference.
-template <class D>
+template <class S, class D>
 int32_t CheckLongCall(const LongCase& lc, uint32_t seed) {
     auto link = MakeLink(lc, lc.lazy);
     auto twin = MakeLink(lc, false);
     std::mt19937 rng(seed);
     constexpr int32_t kCount = 1500;
-    const std::vector<uint8_t> in = MakeSource(lc.srcDim, kCount, rng);
+    const std::vector<S> in = MakeSource<S>(lc.srcDim, kCount, rng);
     std::vector<D> out(size_t(kCount) * (lc.dstDim + 1), D(0xA5));
-    const uint8_t* src[4];
+    const S* src[4];
     D* dst[8];
     int32_t srcStrides[4], dstStrides[8];
-    for (int32_t c = 0; c < lc.srcDim; ++c) src[c] = in.data() + c, srcStrides[c] = lc.srcDim + 1;
+    for (int32_t c = 0; c < lc.srcDim; ++c) src[c] = in.data() + c, srcStrides[c] = (lc.srcDim + 1) * int32_t(sizeof(S));
     for (int32_t o = 0; o < lc.dstDim; ++o)
         dst[o] = out.data() + o, dstStrides[o] = (lc.dstDim + 1) * int32_t(sizeof(D));
-    if constexpr (sizeof(D) == 1) link->Match8(kCount, src, dst, srcStrides, dstStrides, nullptr);
+    if constexpr (sizeof(S) == 2) link->Match16(kCount, src, dst, srcStrides, dstStrides, nullptr);
+    else if constexpr (sizeof(D) == 1) link->Match8(kCount, src, dst, srcStrides, dstStrides, nullptr);
     else link->Match8To16(kCount, src, dst, srcStrides, dstStrides, nullptr);
 
     int32_t bad = 0;
@@ -96,7 +98,8 @@ int32_t CheckLongCall(const LongCase& lc, uint32_t seed) {
         // Grids of 2 or 2^k + 1 points read shifted cells (the unrolled kernels take 8-to-16-bit
         // pixels too), other grids divided cells. Channel 3 is split.
         const bool shifted = lc.grid == 2 || ((lc.grid - 1) & (lc.grid - 2)) == 0;
-        KernelReference::Pixel(*twin, samples, 8, expected, int32_t(sizeof(D)) * 8, {shifted}, true);
+        KernelReference::Pixel(*twin, samples, int32_t(sizeof(S)) * 8, expected, int32_t(sizeof(D)) * 8, {shifted},
+                               true);
         const D* got = &out[size_t(i) * (lc.dstDim + 1)];
         for (int32_t o = 0; o < lc.dstDim; ++o)
             if (got[o] != expected[o] && bad++ == 0)
@@ -107,7 +110,7 @@ int32_t CheckLongCall(const LongCase& lc, uint32_t seed) {
     return bad;
 }
 
-TEST(KernelLongCall, InterleavedEightBitCallsMatchTheReference) {
+TEST(KernelLongCall, InterleavedCallsMatchTheReference) {
     uint32_t seed = 7;
     for (int32_t n : {3, 4})
         for (int32_t outs : {3, 4, 5})
@@ -115,8 +118,9 @@ TEST(KernelLongCall, InterleavedEightBitCallsMatchTheReference) {
                 for (bool curves : {false, true})
                     for (bool lazy : {false, true}) {
                         const LongCase lc{n, outs, grid, curves, lazy};
-                        EXPECT_EQ(CheckLongCall<uint8_t>(lc, ++seed), 0);
-                        EXPECT_EQ(CheckLongCall<uint16_t>(lc, ++seed), 0);
+                        EXPECT_EQ((CheckLongCall<uint8_t, uint8_t>(lc, ++seed)), 0);
+                        EXPECT_EQ((CheckLongCall<uint8_t, uint16_t>(lc, ++seed)), 0);
+                        EXPECT_EQ((CheckLongCall<uint16_t, uint16_t>(lc, ++seed)), 0);
                     }
 }
 
