@@ -114,9 +114,10 @@ int32_t CheckKernel(TKLinkGeneric& link, TKLinkGeneric& twin, const TKLinkKernel
                               << " output " << o << ": " << out.At(i, o) << " != " << expected[o];
     }
     // The pad samples of interleaved output stay untouched.
-    if (!planar)
+    if (!planar) {
         for (int32_t i = 0; i < in.count; ++i)
             EXPECT_EQ(reinterpret_cast<D*>(out.pointers[0])[size_t(i) * (out.channels + 1) + out.channels], D(0xA5));
+    }
     return bad;
 }
 
