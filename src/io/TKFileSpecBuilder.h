@@ -33,7 +33,7 @@ public:
     // type unless the name already ends in it. Macro values are sanitized so that they cannot
     // add folders to the name.
     TKString BuildName();
-    // Builds the name and puts it into the spec's folder, keeping the file type.
+    // Builds the name and puts it into this file spec's folder, keeping the file type.
     void Build();
 
 private:

@@ -73,7 +73,7 @@ class TKBackup {
 public:
     void SetFolder(const TKFileSpec& folder) { fFolder = folder; }
     const TKFileSpec& Folder() const { return fFolder; }
-    // Copies the file and returns the spec of the copy. GeneralErr without a backup folder.
+    // Copies the file and returns the file spec of the copy. GeneralErr without a backup folder.
     TKFileSpec Backup(const TKFileSpec& file);
 
 private:

@@ -12,7 +12,7 @@ int main(void) {
     TKFileSpec* spec = TKNewFileSpecRef();
     check(spec != NULL, "TKNewFileSpecRef gives a spec");
 
-    check(TKName2FileSpec(spec, "D:\\colour\\\\profiles\\CoatedFOGRA39.icc") == spec, "TKName2FileSpec returns the spec");
+    check(TKName2FileSpec(spec, "D:\\colour\\\\profiles\\CoatedFOGRA39.icc") == spec, "TKName2FileSpec returns its file spec");
     fill(out, sizeof out);
     TKFileSpec2FullName(spec, out, (int32_t)sizeof out);
     check(strcmp(out, "D:/colour/profiles/CoatedFOGRA39.icc") == 0, "full name in normal form");
