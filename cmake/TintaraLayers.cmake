@@ -22,6 +22,8 @@ foreach(layer IN LISTS TINTARA_LAYERS)
   endif()
   set(_tintara_previous tintara_${layer})
 endforeach()
+# Plug-ins are loaded through the system's dynamic loader.
+target_link_libraries(tintara_io PUBLIC ${CMAKE_DL_LIBS})
 # TinyXML reads and writes the XML chart formats.
 get_target_property(_charts_type tintara_charts TYPE)
 if(_charts_type STREQUAL "INTERFACE_LIBRARY")

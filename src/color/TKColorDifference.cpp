@@ -4,10 +4,12 @@
 
 #include <cmath>
 #include <cstring>
+#include <mutex>
 #include <strings.h>
 
 #include "color/TKCIEConverter.h"
 #include "color/TKCIETools.h"
+#include "color/TKColorDifferenceModules.h"
 #include "color/TKColors.h"
 #include "color/TKSpectral.h"
 #include "foundation/TKError.h"
@@ -233,11 +235,13 @@ double DeltaECMC(const double reference[3], const double sample[3], double l, do
 
 const char* TKColorDifference::GetMethodName(int32_t method) {
     if (method == kTKDeltaUndefined) return "Undefined";
-    return method >= 0 && method < kTKDifferenceMethodCount ? kMethods[method].name : "Unknown";
+    return method >= 0 && method < kTKDifferenceMethodCount ? kMethods[method].name
+                                                            : RegisteredDifferenceName(method, false);
 }
 
 const char* TKColorDifference::GetMethodShortName(int32_t method) {
-    return method >= 0 && method < kTKDifferenceMethodCount ? kMethods[method].shortName : "";
+    return method >= 0 && method < kTKDifferenceMethodCount ? kMethods[method].shortName
+                                                            : RegisteredDifferenceName(method, true);
 }
 
 int32_t TKColorDifference::GetMethodFromName(const char* name) {
@@ -254,11 +258,27 @@ int32_t TKColorDifference::GetMethodFromName(const char* name) {
     // Short names after long ones: "Delta" is shared by two methods and means the first.
     for (int32_t i = 0; i < kTKDifferenceMethodCount; ++i)
         if (!strcasecmp(name, kMethods[i].shortName)) return i;
-    return kTKDeltaUndefined;
+    return RegisteredDifferenceCode(name);
+}
+
+void TKColorDifference::ReserveBuiltInNames() {
+    static std::once_flag reserved;
+    std::call_once(reserved, [] {
+        for (const MethodRow& row : kMethods) {
+            TKObjectMgr::Shared().Reserve(kTKModuleColorDifference, row.name);
+            TKObjectMgr::Shared().Reserve(kTKModuleColorDifference, row.shortName);
+        }
+        for (const char* alias : {"Auto", "CIECAM02", "Perceptual", "dE2000", "Undefined", "Unknown"})
+            TKObjectMgr::Shared().Reserve(kTKModuleColorDifference, alias);
+    });
 }
 
 uint32_t TKColorDifference::GetWorkingType(uint32_t given) const {
-    if (fMethod < 0 || fMethod >= kTKDifferenceMethodCount) return given;
+    if (fMethod >= kTKDifferenceMethodCount) {
+        TKRefPtr<TKModuleDifference> registered = RegisteredDifference(fMethod);
+        return registered ? registered->WorkingType() : given;
+    }
+    if (fMethod < 0) return given;
     return kMethods[fMethod].working ? kMethods[fMethod].working : given;
 }
 
@@ -283,14 +303,15 @@ void ToWorking(int32_t method, uint32_t working, const TKVector& a, const TKVect
 }  // namespace
 
 void TKColorDifference::GetDifferenceVector(TKVector& result, const TKVector& a, const TKVector& b) const {
-    if (fMethod < 0 || fMethod >= kTKDifferenceMethodCount) TKThrow(ArgErr);
+    if (fMethod < 0 || (fMethod >= kTKDifferenceMethodCount && !RegisteredDifference(fMethod))) TKThrow(ArgErr);
     TKVector wa, wb;
     ToWorking(fMethod, GetWorkingType(), a, b, wa, wb);
     result = wa - wb;
 }
 
 double TKColorDifference::GetDifference(const TKVector& a, const TKVector& b) const {
-    if (fMethod < 0 || fMethod >= kTKDifferenceMethodCount) TKThrow(ArgErr);
+    if (fMethod < 0) TKThrow(ArgErr);
+    if (fMethod >= kTKDifferenceMethodCount) return GetRegisteredDifference(a, b);
     TKVector wa, wb;
     ToWorking(fMethod, GetWorkingType(), a, b, wa, wb);
     if (fMethod == kTKDeltaAuto || fMethod == kTKDeltaRaw || fMethod == kTKDeltaRGB) return Euclid(wa, wb);
@@ -340,6 +361,16 @@ double TKColorDifference::GetDifference(const TKVector& a, const TKVector& b) co
         case kTKDeltaISO20654: return DistanceIn(x, y, ISO20654Values);
         default: TKThrow(ArgErr);
     }
+}
+
+double TKColorDifference::GetRegisteredDifference(const TKVector& a, const TKVector& b) const {
+    // Held for the call, so that the plug-in's code stays loaded even if it is unloaded meanwhile.
+    TKRefPtr<TKModuleDifference> method = RegisteredDifference(fMethod);
+    if (!method) TKThrowMsg(ArgErr, "no colour-difference method has this code");
+    TKVector wa, wb;
+    ToWorking(fMethod, method->WorkingType(), a, b, wa, wb);
+    if (wa.GetDim() != wb.GetDim()) TKThrow(DimMismatch);
+    return method->Difference(wa.Values(), wb.Values(), wa.GetDim());
 }
 
 void TKColorDifference::GetDifferenceVectors(TKMatrix& result, const TKMatrix& a, const TKMatrix& b) const {

@@ -42,10 +42,15 @@ public:
     static const char* GetMethodName(int32_t method);
     static const char* GetMethodShortName(int32_t method);
     // The code of a long or short name, or of "Auto", "CIECAM02", "Perceptual", "dE2000";
-    // -1 if none matches (case ignored).
+    // -1 if none matches (case ignored). Plug-ins add methods with codes from 1000 on, found
+    // after every built-in name (TKModuleMgr, TKObjectMgr).
     static int32_t GetMethodFromName(const char* name);
+    // Keeps the built-in names and aliases from plug-ins; call before plug-ins load.
+    static void ReserveBuiltInNames();
 
 private:
+    double GetRegisteredDifference(const TKVector& a, const TKVector& b) const;
+
     int32_t fMethod;
 };
 
