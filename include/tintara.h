@@ -34,6 +34,15 @@ typedef int32_t (*TKCustomTrafoProc)(const double* src, double* dst, void* userD
 typedef int32_t (*TKVectorDataSetProc)(int32_t index, double* values, void* userData);
 typedef struct TKVectorDataSet { uint32_t colorType; TKVectorDataSetProc callback; void* userData; } TKVectorDataSet;
 
+/* TKConcatenateTrafos takes the trafo objects themselves, not references. A reference is a record
+ * of two pointers, the second of which is the object it holds; TK_TRAFO_OF_REF(ref) reads it
+ * (NULL for a NULL reference). The pointer is borrowed from `ref`: pass it while `ref` lives.
+ * The new list takes a count of its own on each member, so the references may be freed right
+ * after the call, and a member can stand in several lists. NULL arguments are skipped; six
+ * NULLs give an empty list, which changes no colour. A pointer to an object that is not a
+ * trafo (an ICC profile, say) gives NULL; a reference itself must never be passed. */
+#define TK_TRAFO_OF_REF(ref) ((ref) ? ((TKTrafo* const*)(const void*)(ref))[1] : (TKTrafo*)0)
+
 /* trafos */
 TK_API TKTrafoRef TKNewTKTrafoRef(void);
 TK_API void       TKFreeTKTrafoRef(TKTrafoRef ref);

@@ -2,6 +2,9 @@
 // reference handles.
 #include "exported/TKExport.h"
 #include "foundation/TKHandle.h"
+
+// Hosts read the held object of a reference as its second pointer (TK_TRAFO_OF_REF).
+static_assert(sizeof(TKHandleTrafo) == 2 * sizeof(void*), "a reference is a record of two pointers");
 #include "numeric/TKTrafoList.h"
 #include "tintara.h"
 
@@ -27,6 +30,9 @@ void TKFreeTKTrafoRef(TKTrafoRef ref) { FreeRef(ref); }
 
 TKTrafoRef TKConcatenateTrafos(TKTrafo* t1, TKTrafo* t2, TKTrafo* t3, TKTrafo* t4, TKTrafo* t5, TKTrafo* t6) {
     // Object pointers, not handles: each member gets a count of its own and the caller keeps its.
+    // A counted object that is no trafo (a profile, say) would be taken for one by the list.
+    for (TKTrafo* member : {t1, t2, t3, t4, t5, t6})
+        if (member && member->Cast("TKTrafo") != member) return nullptr;
     return TKGuardRef([&] { return Adopt(new TKTrafoList(t1, t2, t3, t4, t5, t6, false)); });
 }
 

@@ -1,5 +1,6 @@
 // Test main: every test must end with as many live TKObjects as it started with.
 #include <cstdio>
+#include <cstdlib>
 
 #include "support/TestSupport.h"
 
@@ -25,6 +26,8 @@ private:
 }  // namespace
 
 int main(int argc, char** argv) {
+    // The library's log goes to the debugging folder; a test run keeps it in the build tree.
+    setenv("XDG_STATE_HOME", TINTARA_TEST_STATE, 1);
     ::testing::InitGoogleTest(&argc, argv);
     auto* listener = new LeakListener;
     ::testing::UnitTest::GetInstance()->listeners().Append(listener);
