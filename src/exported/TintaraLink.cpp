@@ -23,6 +23,14 @@ constexpr int32_t kMaxGridBits = 6;
 // its nodes come on first use.
 bool CanMatch(const TKLinkGenericTrafo& link) { return link.GetSrcDim() >= 1 && link.Nodes() != nullptr; }
 
+// A call that found the link in the other kind of call: matching or saving during a bake or a
+// load, or the other way round. Recorded as an error like any other failure.
+int32_t LinkBusy() {
+    return TKGuardCode([]() -> int32_t {
+        TKThrowMsg(ThreadError, "the link is being used or rebuilt by another call");
+    });
+}
+
 // Sample distances must give byte strides that fit the kernels' 32-bit pointer steps.
 bool StrideFits(int64_t samples, int32_t sampleBytes) {
     return samples * sampleBytes <= INT32_MAX && samples * sampleBytes >= INT32_MIN;
@@ -34,7 +42,10 @@ int32_t MatchInterleaved(TKLinkRef ref, int32_t count, const void* src, void* ds
                          TKProgressProc callback, void* userData) {
     TKCallBackProgress progress(callback, userData);
     TKLinkGenericTrafo* link = HeldLink(ref);
-    if (!link || !CanMatch(*link)) return ArgErr;
+    if (!link) return ArgErr;
+    TKUseGate::Use use(link->UseGate());
+    if (!use) return LinkBusy();
+    if (!CanMatch(*link)) return ArgErr;
     if (count < 0 || srcSkip < 0 || dstSkip < 0 || ((!src || !dst) && count > 0) ||
         !StrideFits(int64_t(link->GetSrcDim()) + srcSkip, sizeof(Sample)) ||
         !StrideFits(int64_t(link->GetDstDim()) + dstSkip, sizeof(Sample)))
@@ -58,7 +69,10 @@ int32_t MatchPlanes(TKLinkRef ref, int32_t count, const void** srcPlanes, void**
                     int32_t dstStep, TKProgressProc callback, void* userData) {
     TKCallBackProgress progress(callback, userData);
     TKLinkGenericTrafo* link = HeldLink(ref);
-    if (!link || !CanMatch(*link)) return ArgErr;
+    if (!link) return ArgErr;
+    TKUseGate::Use use(link->UseGate());
+    if (!use) return LinkBusy();
+    if (!CanMatch(*link)) return ArgErr;
     const int32_t srcDim = link->GetSrcDim(), dstDim = link->GetDstDim();
     if (count < 0 || ((!srcPlanes || !dstPlanes) && count > 0) || !StrideFits(srcStep, sizeof(Sample)) ||
         !StrideFits(dstStep, sizeof(Sample)))
@@ -107,6 +121,8 @@ int32_t TKColorTrafo2Link16(TKLinkRef link, TKTrafoRef trafo, int32_t gridBits) 
     TKLinkGenericTrafo* target = HeldLink(link);
     if (!target) return ArgErr;
     if (gridBits > kMaxGridBits) return TK_ARG_ERROR();
+    TKUseGate::Rebuild rebuild(target->UseGate());
+    if (!rebuild) return LinkBusy();
     return TKGuardCode([&] {
         // Below 1 the value passes as a quality: 0 is the link's default grid.
         target->CalcFromTrafo(source, GridFromBits(gridBits), 0, nullptr);
@@ -122,6 +138,8 @@ int32_t TKSaveLink16(TKLinkRef link, TKFileSpec* spec) {
     if (!spec) return TK_ARG_ERROR();
     TKLinkGenericTrafo* held = HeldLink(link);
     if (!held) return ArgErr;
+    TKUseGate::Use use(held->UseGate());
+    if (!use) return LinkBusy();
     return TKGuardCode([&] {
         held->Save(spec);
         return int32_t(NoErr);
@@ -134,6 +152,8 @@ int32_t TKLoadLink16(TKLinkRef link, TKFileSpec* spec) {
     if (!spec) return TK_ARG_ERROR();
     TKLinkGenericTrafo* held = HeldLink(link);
     if (!held) return ArgErr;
+    TKUseGate::Rebuild rebuild(held->UseGate());
+    if (!rebuild) return LinkBusy();
     return TKGuardCode([&] {
         held->Load(spec);
         return int32_t(NoErr);
@@ -146,6 +166,8 @@ int32_t TKSaveLink16ToMemory(TKLinkRef link, void* buffer, uint32_t size, uint32
     TKLinkGenericTrafo* held = HeldLink(link);
     if (!held) return TK_ARG_ERROR();
     if (!buffer && !length) return int32_t(NoErr);
+    TKUseGate::Use use(held->UseGate());
+    if (!use) return LinkBusy();
     return TKGuardCode([&] {
         TKBuffer stream;
         held->SaveStream(stream);
@@ -167,6 +189,8 @@ int32_t TKSaveLink8ToMemory(TKLinkRef link, void* buffer, uint32_t size, uint32_
 int32_t TKLoadLink16FromMemory(TKLinkRef link, const void* data, uint32_t size) {
     TKLinkGenericTrafo* held = HeldLink(link);
     if (!held || !data) return TK_ARG_ERROR();
+    TKUseGate::Rebuild rebuild(held->UseGate());
+    if (!rebuild) return LinkBusy();
     return TKGuardCode([&] {
         TKBuffer stream(data, size);
         held->LoadStream(stream);
