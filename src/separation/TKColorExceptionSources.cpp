@@ -21,6 +21,22 @@ double Norm(std::initializer_list<double> values) {
 // The weight w only grows: every rule that claims the colour more strongly raises it.
 void Raise(double& w, double candidate) { w = std::max(w, candidate); }
 
+// The largest fall-off of the source from three corner colours. With `keep` set each corner
+// also raises w and pulls the target towards the source's direct colour.
+double Corners(const TKVector& s, const TKVector (&corners)[3], double width, bool keep, double& w, TKVector& t,
+               const TKVector& direct) {
+    double largest = 0.0;
+    for (const TKVector& corner : corners) {
+        const double wc = TKCalcFalloff(s.Distance(corner), width);
+        largest = std::max(largest, wc);
+        if (keep) {
+            Raise(w, wc);
+            t += wc * (direct - t);
+        }
+    }
+    return largest;
+}
+
 }  // namespace
 
 TKVector TKColorException::ApplyGraySource(const TKVector& s, const TKVector& d, const TKVector& base) const {
@@ -70,24 +86,8 @@ TKVector TKColorException::ApplyRGBSource(const TKVector& s, const TKVector& d, 
         t += wk * ((fRefs.dstKBlack.GetDim() <= 3 ? direct : fRefs.dstKBlack) - t);
     }
     if (fMode & kTKPureWhite) Raise(w, CalcFalloff(s.Distance(fRefs.srcWhite), 0.0));
-    double cmyCorner = 0.0, rgbCorner = 0.0;
-    for (int32_t i = 0; i < 3; ++i) {
-        const double wc = CalcFalloff(s.Distance(fRefs.srcCMY[i]), width);
-        const double wr = CalcFalloff(s.Distance(fRefs.srcRGB[i]), width);
-        cmyCorner = std::max(cmyCorner, wc);
-        rgbCorner = std::max(rgbCorner, wr);
-        if (fMode & kTKFullCMY) {
-            Raise(w, wc);
-            t += wc * (direct - t);
-        }
-    }
-    if (fMode & kTKFullRGB) {
-        for (int32_t i = 0; i < 3; ++i) {
-            const double wr = CalcFalloff(s.Distance(fRefs.srcRGB[i]), width);
-            Raise(w, wr);
-            t += wr * (direct - t);
-        }
-    }
+    const double cmyCorner = Corners(s, fRefs.srcCMY, width, (fMode & kTKFullCMY) != 0, w, t, direct);
+    const double rgbCorner = Corners(s, fRefs.srcRGB, width, (fMode & kTKFullRGB) != 0, w, t, direct);
     // Light corners weigh less than ink corners: an RGB primary is already a mix of two inks.
     if (fMode & kTKMaxCMY) Raise(w, 0.6 * cmyCorner);
     if (fMode & kTKMaxRGB) Raise(w, rgbCorner);
@@ -139,23 +139,8 @@ TKVector TKColorException::ApplyCMYKSource(const TKVector& s, const TKVector& d,
         t += wk * ((fRefs.dstKBlack.GetDim() < 4 ? fRefs.dstKBlack : direct) - t);
     }
     if (fMode & kTKPureWhite) Raise(w, CalcFalloff(s.Distance(fRefs.srcWhite), 0.0));
-    double cmyCorner = 0.0, rgbCorner = 0.0;
-    for (int32_t i = 0; i < 3; ++i) {
-        const double wc = CalcFalloff(s.Distance(fRefs.srcCMY[i]), width);
-        cmyCorner = std::max(cmyCorner, wc);
-        if (fMode & kTKFullCMY) {
-            Raise(w, wc);
-            t += wc * (direct - t);
-        }
-    }
-    for (int32_t i = 0; i < 3; ++i) {
-        const double wr = CalcFalloff(s.Distance(fRefs.srcRGB[i]), width);
-        rgbCorner = std::max(rgbCorner, wr);
-        if (fMode & kTKFullRGB) {
-            Raise(w, wr);
-            t += wr * (direct - t);
-        }
-    }
+    const double cmyCorner = Corners(s, fRefs.srcCMY, width, (fMode & kTKFullCMY) != 0, w, t, direct);
+    const double rgbCorner = Corners(s, fRefs.srcRGB, width, (fMode & kTKFullRGB) != 0, w, t, direct);
     if (fMode & kTKMaxCMY) Raise(w, cmyCorner);
     if (fMode & kTKMaxRGB) Raise(w, rgbCorner);
     if (fMode & 0x100020u) Raise(w, CalcFalloff(Norm({y, m, k}), band));
