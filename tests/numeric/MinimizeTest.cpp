@@ -243,7 +243,9 @@ TEST(MinimizeHookePlus, SwarmIsReproducibleAndNeverWorseThanTheStart) {
         EXPECT_LE(value, f.Error(V({-1.2, 1.0}), out));
         EXPECT_DOUBLE_EQ(value, f.Error(point, out));
         *result = point;
-        if (evaluations) EXPECT_EQ(m.GetEvaluations(), evaluations);
+        if (evaluations) {
+            EXPECT_EQ(m.GetEvaluations(), evaluations);
+        }
         evaluations = m.GetEvaluations();
     }
     EXPECT_FALSE(first.Differs(second));
