@@ -1,0 +1,75 @@
+// Gray balance and its refinement from measured charts.
+#include "linearization/TKGrayBalance.h"
+
+#include <vector>
+
+#include "color/TKColors.h"
+#include "linearization/TKCalcGrayBalanceCurves.h"
+#include "linearization/TKChartPressModel.h"
+
+namespace {
+constexpr int32_t kRefinementSamples = 256;
+
+std::vector<double> Values(const TKVector& v) { return std::vector<double>(v.Values(), v.Values() + v.GetDim()); }
+}  // namespace
+
+TKGrayBalance::TKGrayBalance(const TKMatrix& device, const TKMatrix& measured)
+    : TKCalcColorLinearization(device, measured) {
+    if (!IsInkSpace(GetDeviceType()) || ::GetChannelCount(GetDeviceType()) < 3)
+        TKThrowMsg(ArgErr, "gray balance needs an ink type of three or more channels");
+}
+
+void TKGrayBalance::PrepareLinearization(TKColorLinearization* linearization) {
+    linearization->Reset(GetDeviceType(), ::GetChannelCount(GetDeviceType()));
+}
+
+void TKGrayBalance::Calc(TKColorLinearization* linearization) {
+    if (!linearization) return;
+    TKRefPtr<TKChartPressModel> model(new TKChartPressModel(fDevice, fMeasured), true);
+    TKCalcGrayBalanceCurves solver(model.Get());
+    solver.SetCurveType(fCurveType);
+    if (!fLimits.IsEmpty()) solver.SetLimits(fLimits);
+    solver.Solve(fFlags);
+    // Everything that can fail has run: only now are the caller's curves touched.
+    PrepareLinearization(linearization);
+    std::vector<double> x, y;
+    for (int32_t channel = 0; channel < solver.GetChannelCount(); ++channel) {
+        solver.ChannelPoints(channel, x, y);
+        TKVector vx(int32_t(x.size())), vy(int32_t(y.size()));
+        for (size_t i = 0; i < x.size(); ++i) {
+            vx[int32_t(i)] = x[i];
+            vy[int32_t(i)] = y[i];
+        }
+        StoreChannel(channel, vx, vy, linearization);
+    }
+}
+
+void TKGrayBalance::StoreChannel(int32_t channel, const TKVector& x, const TKVector& y,
+                                 TKColorLinearization* linearization) {
+    if (!linearization) return;
+    TKCalcGrayBalanceCurves::StoreCurve(linearization->GetCurveRef(channel), Values(x), Values(y));
+}
+
+void TKOptimizeGrayBalance::PrepareLinearization(TKColorLinearization* linearization) {
+    const int32_t count = ::GetChannelCount(GetDeviceType());
+    if (linearization->GetCount() == 0) {
+        linearization->Reset(GetDeviceType(), count);
+        return;
+    }
+    if (linearization->GetCount() != count ||
+        (linearization->GetColorType() && linearization->GetColorType() != GetDeviceType()))
+        TKThrowMsg(ArgErr, "the curves to refine belong to another colour type");
+}
+
+void TKOptimizeGrayBalance::StoreChannel(int32_t channel, const TKVector& x, const TKVector& y,
+                                         TKColorLinearization* linearization) {
+    if (!linearization) return;
+    TKCurveLinearization correction;
+    TKCalcGrayBalanceCurves::StoreCurve(correction, Values(x), Values(y));
+    correction.Resample(kRefinementSamples);
+    TKCurveLinearization& old = linearization->GetCurveRef(channel);
+    TKVector samples(kRefinementSamples);
+    for (int32_t i = 0; i < kRefinementSamples; ++i)
+        samples[i] = old.Apply(correction.Apply(double(i) / double(kRefinementSamples - 1)));
+    old.SetSamples(samples);
+}
