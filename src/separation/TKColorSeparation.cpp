@@ -9,15 +9,6 @@
 #include "io/TKGlobalData.h"
 #include "numeric/TKPolynomial.h"
 
-double TKGrayDistance(const TKVector& colour) {
-    const int32_t n = colour.GetDim();
-    if (n == 0) return 0.0;
-    const double mean = colour.Mean();
-    double sum = 0.0;
-    for (int32_t i = 0; i < n; ++i) sum += (colour[i] - mean) * (colour[i] - mean);
-    return std::sqrt(sum);
-}
-
 // ---- TKColorSeparationBase -------------------------------------------------------------------
 
 TKColorSeparationBase::TKColorSeparationBase() : TKColorTrafo(TKCMYSpace, TKCMYKSpace) {

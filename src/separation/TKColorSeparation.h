@@ -8,9 +8,6 @@
 
 #include "color/TKColorTrafo.h"
 
-// The Euclidean norm of the colour minus its mean: 0 for a neutral CMY.
-double TKGrayDistance(const TKVector& colour);
-
 class TKColorSeparationBase : public TKColorTrafo {
     TK_DECLARE_CLASS(TKColorSeparationBase, TKColorTrafo)
 public:

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "color/TKColors.h"
+#include "separation/TKExceptionColors.h"
 
 namespace {
 
