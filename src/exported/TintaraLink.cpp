@@ -4,24 +4,30 @@
 #include <cstring>
 
 #include "exported/TKExport.h"
+#include "exported/TintaraMCLink.h"
 #include "foundation/TKHandle.h"
 #include "foundation/TKProgress.h"
 #include "io/TKBuffer.h"
 #include "io/TKFileSpec.h"
 #include "link/TKLinkGenericTrafo.h"
 #include "link/TKLinkGridChoice.h"
+#include "link/TKMCMergeLinkGenericTrafo.h"
 #include "tintara.h"
 
 namespace {
 
 TKLinkGenericTrafo* HeldLink(TKLinkRef ref) { return RefObjectAs<TKLinkGenericTrafo>(ref, "TKLinkGenericTrafo"); }
 
-// The largest grid a link can hold is 2^6 + 1 points; more bits could only overflow.
-constexpr int32_t kMaxGridBits = 6;
-
 // A link is ready for pixels once its tables exist: computed or loaded. A lazy link is ready too;
 // its nodes come on first use.
 bool CanMatch(const TKLinkGenericTrafo& link) { return link.GetSrcDim() >= 1 && link.Nodes() != nullptr; }
+
+// The trafo the match functions push pixels through: a ready link, or a ready merge link of links.
+const TKTrafo* MatchableLink(TKLinkRef ref) {
+    if (const TKLinkGenericTrafo* link = HeldLink(ref)) return CanMatch(*link) ? link : nullptr;
+    const auto* merge = RefObjectAs<TKMCMergeLinkGenericTrafo>(ref, "TKMCMergeLinkGenericTrafo");
+    return merge && merge->CanMatch() ? merge : nullptr;
+}
 
 // Sample distances must give byte strides that fit the kernels' 32-bit pointer steps.
 bool StrideFits(int64_t samples, int32_t sampleBytes) {
@@ -33,11 +39,11 @@ template <class Sample>
 int32_t MatchInterleaved(TKLinkRef ref, int32_t count, const void* src, void* dst, int32_t srcSkip, int32_t dstSkip,
                          TKProgressProc callback, void* userData) {
     TKCallBackProgress progress(callback, userData);
-    TKLinkGenericTrafo* link = HeldLink(ref);
-    if (!link || !CanMatch(*link)) return ArgErr;
+    const TKTrafo* link = MatchableLink(ref);
+    if (!link) return ArgErr;
     if (count < 0 || srcSkip < 0 || dstSkip < 0 || ((!src || !dst) && count > 0) ||
         !StrideFits(int64_t(link->GetSrcDim()) + srcSkip, sizeof(Sample)) ||
-        !StrideFits(int64_t(link->GetDstDim()) + dstSkip, sizeof(Sample)))
+        !StrideFits(int64_t(link->GetDstDim(link->GetSrcDim())) + dstSkip, sizeof(Sample)))
         return TK_ARG_ERROR();
     if (count == 0) return int32_t(NoErr);
     return TKGuardCode([&] {
@@ -47,7 +53,6 @@ int32_t MatchInterleaved(TKLinkRef ref, int32_t count, const void* src, void* ds
         else
             link->TrafoRaster16(count, 1, static_cast<const uint16_t*>(src), static_cast<uint16_t*>(dst), srcSkip,
                                 dstSkip, &progress);
-        link->ReleaseStagesIfComplete();
         return int32_t(NoErr);
     });
 }
@@ -57,9 +62,9 @@ template <class Sample>
 int32_t MatchPlanes(TKLinkRef ref, int32_t count, const void** srcPlanes, void** dstPlanes, int32_t srcStep,
                     int32_t dstStep, TKProgressProc callback, void* userData) {
     TKCallBackProgress progress(callback, userData);
-    TKLinkGenericTrafo* link = HeldLink(ref);
-    if (!link || !CanMatch(*link)) return ArgErr;
-    const int32_t srcDim = link->GetSrcDim(), dstDim = link->GetDstDim();
+    const TKTrafo* link = MatchableLink(ref);
+    if (!link) return ArgErr;
+    const int32_t srcDim = link->GetSrcDim(), dstDim = link->GetDstDim(srcDim);
     if (count < 0 || ((!srcPlanes || !dstPlanes) && count > 0) || !StrideFits(srcStep, sizeof(Sample)) ||
         !StrideFits(dstStep, sizeof(Sample)))
         return TK_ARG_ERROR();
@@ -77,7 +82,6 @@ int32_t MatchPlanes(TKLinkRef ref, int32_t count, const void** srcPlanes, void**
     return TKGuardCode([&] {
         if constexpr (sizeof(Sample) == 1) link->TrafoPixels8(count, src, dst, srcSteps, dstSteps, &progress);
         else link->TrafoPixels16(count, src, dst, srcSteps, dstSteps, &progress);
-        link->ReleaseStagesIfComplete();
         return int32_t(NoErr);
     });
 }
@@ -106,7 +110,7 @@ int32_t TKColorTrafo2Link16(TKLinkRef link, TKTrafoRef trafo, int32_t gridBits) 
     if (!source) return TK_ARG_ERROR();
     TKLinkGenericTrafo* target = HeldLink(link);
     if (!target) return ArgErr;
-    if (gridBits > kMaxGridBits) return TK_ARG_ERROR();
+    if (gridBits > kTKMaxGridBits) return TK_ARG_ERROR();
     return TKGuardCode([&] {
         // Below 1 the value passes as a quality: 0 is the link's default grid.
         target->CalcFromTrafo(source, GridFromBits(gridBits), 0, nullptr);
