@@ -32,7 +32,9 @@ void TKGrayBalance::Calc(TKColorLinearization* linearization) {
     TKCalcGrayBalanceCurves solver(model.Get());
     solver.SetCurve(MakeTarget().Get());
     if (!fLimits.IsEmpty()) solver.SetLimits(fLimits);
-    solver.Solve(fFlags);
+    // Black cannot be solved where the chart shows no black wedge: it keeps the gray step.
+    const int32_t flags = fFlags == 0 ? 15 : fFlags;
+    solver.Solve(model->HasWedge(3) ? flags : flags & ~TKCalcGrayBalanceCurves::kSolveBlack);
     // Everything that can fail has run: only now are the caller's curves touched.
     PrepareLinearization(linearization);
     std::vector<double> x, y;

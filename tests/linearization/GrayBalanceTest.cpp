@@ -124,6 +124,17 @@ TEST_F(GrayBalanceTest, ChartModelIsExactOnTheWedges) {
         const TKVector lab = ConvertColor(TKLabSpace, model->Trafo(chart.device.GetRow(r)));
         EXPECT_LT(lab.Distance(chart.measured.GetRow(r)), 1e-6) << r;
     }
+    // Without the black wedge (rows 33 to 43) black has no effect, and its curve keeps the step.
+    TKMatrix device(44, 4, int32_t(TKCMYKSpace)), measured(44, 3, int32_t(TKLabSpace));
+    for (int32_t r = 0, to = 0; r < chart.device.GetHeight(); ++r)
+        if (r < 33 || r > 43) {
+            device.SetRow(to, chart.device.GetRow(r));
+            measured.SetRow(to++, chart.measured.GetRow(r));
+        }
+    TKRefPtr<TKColorLinearization> curves(new TKColorLinearization, true);
+    TKGrayBalance(device, measured).Calc(curves.Get());
+    EXPECT_NEAR(curves->GetCurve(3).Apply(0.5), 0.5, 1e-3);
+    EXPECT_GT(std::fabs(curves->GetCurve(0).Apply(0.5) - 0.5), 0.02);
 }
 
 // Targets given as colours: the G7 targets as a table give the G7 curves of C, M and Y.
