@@ -468,6 +468,31 @@ TEST_F(Host, MissingOrDamagedProfilesFailCleanly) {
                        "junk.icc");
     EXPECT_EQ(Files(), before);
 }
+
+TEST_F(Host, LinksKeepPureColoursAndTheInkLimit) {
+    const std::string chain = "-i relative -p '" + kData + "/FOGRA39L.icc' -p '" + kData + "/FOGRA29L.icc'";
+    const Result made = Run("link " + chain + " -x 'PureBlack+PurePrimaries|PureSecondaries,PureWhite+4' --ink-limit 300 -o '" +
+                            Path("pure.lnk") + "'");
+    ASSERT_EQ(made.code, 0) << made.err;
+    EXPECT_NE(made.out.find("built with exceptions 0x10A5"), std::string::npos) << made.out;
+    const Result k = Run("convert -l '" + Path("pure.lnk") + "' 0 0 0 50 100 100 100 100 40 0 0 0");
+    ASSERT_EQ(k.code, 0) << k.err;
+    const std::vector<double> v = Numbers(k.out);
+    ASSERT_EQ(v.size(), 12u);
+    EXPECT_EQ(v[0] + v[1] + v[2], 0.0);
+    EXPECT_NEAR(v[3], 50.0, 0.1);
+    EXPECT_LE(v[4] + v[5] + v[6] + v[7], 300.1);
+    EXPECT_EQ(v[9] + v[10] + v[11], 0.0);
+    // Mode words that are no flags, and settings or limits that do not read, fail cleanly.
+    for (const char* bad : {"-x PureBlak", "-x ''", "-x 1+", "--ink-limit 300,x", "--ink-limit ''", "--exception-tolerance -1",
+                            "--exception-settings @" "/nonexistent/settings.txt"}) {
+        const Result r = Run("link " + chain + " " + bad + " -o '" + Path("bad.lnk") + "'");
+        EXPECT_NE(r.code, 0) << bad;
+        EXPECT_NE(r.err.find("tintara link"), std::string::npos) << bad;
+    }
+    EXPECT_EQ(Files(), std::vector<std::string>{"pure.lnk"});
+}
+
 #endif
 
 TEST_F(Host, UsageMistakesExitWithTwo) {
