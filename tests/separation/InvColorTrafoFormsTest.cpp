@@ -12,6 +12,7 @@
 #include "io/TKGlobalData.h"
 #include "separation/TKGCRSeparation.h"
 #include "separation/TKInvColorTrafoBuilder.h"
+#include "separation/TKReseparationTrafo.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -127,6 +128,26 @@ TEST_F(InvColorTrafoFormsTest, FindNextGivesTheNearestGridColour) {
     EXPECT_LT(trafo->Trafo(ConvertColor(TKXYZSpace, Lab(node))).MaxDistance(node), 1e-9);
 }
 
+// Re-separation from FOGRA39 to itself: keeping black leaves each ink's black as it was; the
+// most-black generation moves gray into black, saving ink on neutrals (a third and more here)
+// while the colour stays within 0.5 dE76.
+TEST_F(InvColorTrafoFormsTest, ReseparationKeepsColourWithTheChosenBlack) {
+    TKReseparationTrafo keep(fA2B.Get(), fA2B.Get(), fB2A.Get(), "KeepK");
+    TKReseparationTrafo most(fA2B.Get(), fA2B.Get(), fB2A.Get(), "MaxK");
+    EXPECT_EQ(keep.GetSrcDim(), 4);
+    EXPECT_EQ(most.GetDstDim(4), 4);
+    const TKVector inks[] = {Cmyk(50, 40, 40, 0), Cmyk(70, 60, 60, 20), Cmyk(30, 20, 20, 0), Cmyk(40, 30, 30, 40)};
+    for (const TKVector& ink : inks) {
+        const TKVector kept = keep.Trafo(ink);
+        EXPECT_EQ(kept[3], ink[3]) << ink.ToText();
+        EXPECT_LT(Lab(kept).Distance(Lab(ink)), 0.5);
+        const TKVector saved = most.Trafo(ink);
+        EXPECT_LT(Lab(saved).Distance(Lab(ink)), 0.5) << ink.ToText();
+        EXPECT_LT(saved.Sum(), 0.67 * ink.Sum()) << ink.ToText();
+        EXPECT_LT(saved.Min(0, 2), 8.0);  // one of CMY is (nearly) gone
+    }
+}
+
 class InvColorTrafoFormsErrorTest : public ::testing::Test, protected Fogra39 {};
 
 TEST_F(InvColorTrafoFormsErrorTest, MissingSeparationsAndBadModes) {
@@ -141,6 +162,8 @@ TEST_F(InvColorTrafoFormsErrorTest, MissingSeparationsAndBadModes) {
     EXPECT_TKERROR(TKFindNextColorTrafo::FromForward(*fA2B, 1), ArgErr);
     // A start trafo that does not fit the forward trafo, with the separation's count given over.
     auto separation = TKNewSeparation("GCR", TKVector(), 0, 100, 400);
+    EXPECT_TKERROR(TKReseparationTrafo(fA2B.Get(), fA2B.Get(), nullptr, "NoSuchBlack"), ArgErr);
+    EXPECT_TKERROR(TKReseparationTrafo(fA2B.Get(), nullptr, nullptr, "MaxK"), PtrInvalid);
     TKICCTrafoBuilder tables(fProfile.Get());
     EXPECT_TKERROR(TKInvColorTrafoSeparation(tables.GetA2BTrafo(1).Detach(), tables.GetA2BTrafo(1).Detach(),
                                              separation.Detach(), true),
