@@ -1,0 +1,110 @@
+// TKMCMergeLinkGenericTrafo: the counted member links of a merge chain and its readiness.
+#include "link/TKMCMergeLinkGenericTrafo.h"
+
+#include <algorithm>
+
+#include "foundation/TKProgress.h"
+#include "numeric/TKSampleConversions.h"
+
+namespace {
+
+// Pixels per step of the 8-bit chain: the 16-bit samples between members live on the stack.
+constexpr int32_t kChunk = 256;
+// A member after the first takes at most a link's source channels, so the destination it shares
+// has at most as many.
+constexpr int32_t kMaxMidChannels = TKLinkGeneric::kMaxSrcDim;
+
+}  // namespace
+
+TKMCMergeLinkGenericTrafo::TKMCMergeLinkGenericTrafo(const TKMCMergeLinkGenericTrafo& other)
+    : TKMCMergeTrafoBase(other), fMembers(other.fMembers), fState(other.fState) {}
+
+TKMCMergeLinkGenericTrafo::~TKMCMergeLinkGenericTrafo() = default;
+
+int32_t TKMCMergeLinkGenericTrafo::GetMemberCount() const { return int32_t(fMembers.size()); }
+
+TKTrafo* TKMCMergeLinkGenericTrafo::GetMember(int32_t index) const { return GetLink(index); }
+
+TKLinkGenericTrafo* TKMCMergeLinkGenericTrafo::GetLink(int32_t index) const {
+    if (index < 0 || size_t(index) >= fMembers.size()) TKThrow(IndexError);
+    TKLinkGenericTrafo* link = fMembers[size_t(index)].Get();
+    if (!link) TKThrow(PtrInvalid);
+    return link;
+}
+
+void TKMCMergeLinkGenericTrafo::ClearMembers() {
+    fMembers.clear();
+    fState = kEmpty;
+}
+
+void TKMCMergeLinkGenericTrafo::AddMember(TKLinkGenericTrafo* link, bool owned) {
+    TKRefPtr<TKLinkGenericTrafo> member(link, owned);  // the caller's count is settled even if refused
+    if (!link) TKThrow(PtrInvalid);
+    if (link->GetSrcDim() < 1 || link->GetDstDim() < 1) TKThrowMsg(InvalidTrafo, "merge member without tables");
+    CheckMember(link);
+    const int32_t added = fMembers.empty() ? link->GetSrcDim() : link->GetSrcDim() - GetMergeDstDim();
+    if (int64_t(fMembers.empty() ? 0 : GetSrcDim()) + added > kMaxChannels || int32_t(fMembers.size()) >= kMaxChannels)
+        TKThrowMsg(InvalidTrafo, "merge chain with too many source channels");
+    fMembers.push_back(std::move(member));
+}
+
+bool TKMCMergeLinkGenericTrafo::CanMatch() const {
+    if (fState != kReady || fMembers.empty()) return false;
+    for (const auto& member : fMembers)
+        if (!member || member->GetSrcDim() < 1 || !member->Nodes()) return false;
+    return true;
+}
+
+void TKMCMergeLinkGenericTrafo::TrafoPixels8(int32_t count, const uint8_t* const* src, uint8_t* const* dst,
+                                             const int32_t* srcStrides, const int32_t* dstStrides,
+                                             TKProgress* progress) const {
+    const int32_t members = GetMemberCount();
+    if (members == 0 || count < 1) return;
+    if (!src || !dst || !srcStrides || !dstStrides) TKThrow(ArgErr);
+    // Which members run is decided on the whole run, as the plain chain decides it.
+    bool runs[kMaxChannels] = {};
+    bool anyFurther = false;
+    for (int32_t i = 1, p = GetExtraChannels(0); i < members; ++i) {
+        const int32_t n = GetExtraChannels(i);
+        runs[i] = !GetSkipEmptyChannels() || HasInk(count, src + p, srcStrides + p, n);
+        anyFurther = anyFurther || runs[i];
+        p += n;
+    }
+    const TKLinkGenericTrafo* first = GetLink(0);
+    if (!anyFurther) return first->TrafoPixels8(count, src, dst, srcStrides, dstStrides, progress);
+
+    const int32_t o = GetMergeDstDim();
+    if (o > kMaxMidChannels) TKThrow(BufferTooSmall);
+    uint16_t mid[kMaxMidChannels][kChunk];
+    uint16_t extra[kMaxMidChannels][kChunk];
+    const uint8_t* in[kMaxChannels];
+    const uint16_t* planes[kMaxMidChannels];
+    uint16_t* midPlanes[kMaxMidChannels];
+    int32_t ones[kMaxMidChannels];
+    std::fill(ones, ones + kMaxMidChannels, 1);
+    for (int32_t c = 0; c < o; ++c) midPlanes[c] = mid[c], planes[c] = mid[c];
+    for (int32_t k = 0; k < kMaxMidChannels - o; ++k) planes[o + k] = extra[k];
+
+    const int32_t s = GetExtraChannels(0);
+    for (int32_t start = 0; start < count; start += kChunk) {
+        const int32_t m = std::min(kChunk, count - start);
+        for (int32_t c = 0; c < s; ++c) in[c] = src[c] + int64_t(start) * srcStrides[c];
+        first->TrafoPixels8To16(m, in, midPlanes, srcStrides, ones, nullptr);
+        for (int32_t i = 1, p = s; i < members; ++i) {
+            const int32_t n = GetExtraChannels(i);
+            if (runs[i]) {
+                for (int32_t k = 0; k < n; ++k) {
+                    const uint8_t* from = src[p + k] + int64_t(start) * srcStrides[p + k];
+                    for (int32_t j = 0; j < m; ++j) extra[k][j] = ByteToWord(from[int64_t(j) * srcStrides[p + k]]);
+                }
+                GetLink(i)->TrafoPixels16(m, planes, midPlanes, ones, ones, nullptr);
+            }
+            p += n;
+        }
+        for (int32_t c = 0; c < o; ++c) {
+            uint8_t* to = dst[c] + int64_t(start) * dstStrides[c];
+            for (int32_t j = 0; j < m; ++j) to[int64_t(j) * dstStrides[c]] = WordToByte(mid[c][j]);
+        }
+        if (progress && (start / kChunk) % 256 == 255) progress->SetProgress(double(start) / count);
+    }
+}
