@@ -27,35 +27,24 @@ public:
     }
     void LeaveRebuild() noexcept { fState.fetch_sub(kRebuilding, std::memory_order_release); }
 
-    // The scopes of a use and of a rebuild; test them before going on.
-    class Use {
+    // The scope of an Enter call that succeeded; test it before going on.
+    template <bool (TKUseGate::*Enter)() noexcept, void (TKUseGate::*Leave)() noexcept>
+    class Scope {
     public:
-        explicit Use(TKUseGate& gate) : fGate(gate), fEntered(gate.EnterUse()) {}
-        ~Use() {
-            if (fEntered) fGate.LeaveUse();
+        explicit Scope(TKUseGate& gate) : fGate(gate), fEntered((gate.*Enter)()) {}
+        ~Scope() {
+            if (fEntered) (fGate.*Leave)();
         }
-        Use(const Use&) = delete;
-        Use& operator=(const Use&) = delete;
+        Scope(const Scope&) = delete;
+        Scope& operator=(const Scope&) = delete;
         explicit operator bool() const { return fEntered; }
 
     private:
         TKUseGate& fGate;
         bool fEntered;
     };
-    class Rebuild {
-    public:
-        explicit Rebuild(TKUseGate& gate) : fGate(gate), fEntered(gate.EnterRebuild()) {}
-        ~Rebuild() {
-            if (fEntered) fGate.LeaveRebuild();
-        }
-        Rebuild(const Rebuild&) = delete;
-        Rebuild& operator=(const Rebuild&) = delete;
-        explicit operator bool() const { return fEntered; }
-
-    private:
-        TKUseGate& fGate;
-        bool fEntered;
-    };
+    using Use = Scope<&TKUseGate::EnterUse, &TKUseGate::LeaveUse>;
+    using Rebuild = Scope<&TKUseGate::EnterRebuild, &TKUseGate::LeaveRebuild>;
 
 private:
     // Far below any count of users, so that users arriving during a rebuild stay negative.
