@@ -7,7 +7,9 @@
 #include "color/TKCIEConverter.h"
 #include "color/TKColorTrafo.h"
 #include "color/TKColors.h"
+#include "linearization/TKCMYKBalanceTrafo.h"
 #include "linearization/TKCalcGrayBalanceCurves.h"
+#include "separation/TKColorSeparation.h"
 #include "linearization/TKChartPressModel.h"
 #include "linearization/TKGrayBalance.h"
 #include "support/TestSupport.h"
@@ -185,6 +187,25 @@ TEST_F(GrayBalanceErrorTest, RefusedInputs) {
     TKRefPtr<TKColorLinearization> rgb(new TKColorLinearization(TKRGBSpace), true);
     EXPECT_TKERROR(TKOptimizeGrayBalance(chart.device, chart.measured).Calc(rgb.Get()), ArgErr);
     EXPECT_TRUE(rgb->IsIdentity());
+}
+
+}  // namespace
+
+namespace {
+
+// Re-balancing keeps the CMY equivalent of a colour and moves its gray between CMY and black.
+TEST(CMYKBalanceTest, MovesGrayBetweenInksAndBlack) {
+    const TKVector gray({60.0, 50.0, 50.0, 20.0}, TKCMYKSpace);
+    TKRefPtr<TKCMYKBalanceTrafo> none(new TKCMYKBalanceTrafo(0.0), true), most(new TKCMYKBalanceTrafo(0.8), true);
+    const TKVector cmyOnly = none->Trafo(gray), blackHeavy = most->Trafo(gray);
+    EXPECT_NEAR(cmyOnly[3], 0.0, 1e-9);
+    EXPECT_GT(blackHeavy[3], gray[3]);
+    EXPECT_LT(blackHeavy[1], gray[1]);
+    // Read back with the balance it was made with, the result is the original's CMY equivalent.
+    TKBalanceSeparation own(0.0);
+    own.SetBalanceFrom(gray);
+    EXPECT_LT(TKBalanceSeparation(0.8).CMYKOfBlack(blackHeavy).Distance(own.CMYKOfBlack(gray)), 1e-6);
+    EXPECT_TKERROR(TKCMYKBalanceTrafo(1.5), ArgErr);
 }
 
 }  // namespace
