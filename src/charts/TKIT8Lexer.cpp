@@ -1,7 +1,11 @@
 // The CGATS token and line reader.
 #include "charts/TKIT8Lexer.h"
 
+#include <algorithm>
+#include <charconv>
+#include <cmath>
 #include <cstdarg>
+#include <cstring>
 
 #include "foundation/TKError.h"
 #include "foundation/TKString.h"
@@ -121,4 +125,20 @@ void TKIT8Lexer::Unquote(std::string_view token, std::string& out) {
         if (token[i] == '\\' && i + 2 < token.size() && token[i + 1] == '"') ++i;
         out.push_back(token[i]);
     }
+}
+
+bool TKIT8Lexer::ParseNumber(std::string_view token, double& value) {
+    char buffer[64];
+    if (token.size() >= 2 && token.front() == '"' && token.back() == '"') token = token.substr(1, token.size() - 2);
+    if (!token.empty() && token.front() == '+') token.remove_prefix(1);
+    if (token.empty() || token.size() >= sizeof buffer) return false;
+    const char* first = token.data();
+    if (token.find(',') != std::string_view::npos) {
+        std::memcpy(buffer, token.data(), token.size());
+        std::replace(buffer, buffer + token.size(), ',', '.');
+        first = buffer;
+    }
+    const char* last = first + token.size();
+    const auto result = std::from_chars(first, last, value);
+    return result.ec == std::errc() && result.ptr == last && std::isfinite(value);
 }

@@ -32,6 +32,10 @@ public:
     // Whether a token follows on the current line.
     bool MoreOnLine();
 
+    // A number: the whole token (quotes allowed) must be one finite number; "," counts as the
+    // decimal point, which some instruments write in their locale.
+    static bool ParseNumber(std::string_view token, double& value);
+
     // The token without its quotes and with \" turned into ", into `out`.
     static void Unquote(std::string_view token, std::string& out);
 

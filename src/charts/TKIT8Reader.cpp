@@ -39,24 +39,6 @@ int32_t SampleFieldKind(std::string_view name) {
     return -1;
 }
 
-// A number of a record: the whole token must be one finite number; "," counts as the decimal
-// point, which some instruments write in their locale.
-bool ParseNumber(std::string_view token, double& value) {
-    char buffer[64];
-    if (token.size() >= 2 && token.front() == '"' && token.back() == '"') token = token.substr(1, token.size() - 2);
-    if (!token.empty() && token.front() == '+') token.remove_prefix(1);
-    if (token.empty() || token.size() >= sizeof buffer) return false;
-    const char* first = token.data();
-    if (token.find(',') != std::string_view::npos) {
-        std::memcpy(buffer, token.data(), token.size());
-        std::replace(buffer, buffer + token.size(), ',', '.');
-        first = buffer;
-    }
-    const char* last = first + token.size();
-    const auto result = std::from_chars(first, last, value);
-    return result.ec == std::errc() && result.ptr == last && std::isfinite(value);
-}
-
 }  // namespace
 
 IT8FormatReader::~IT8FormatReader() = default;
@@ -183,7 +165,7 @@ void IT8FormatReader::StoreKeyword(const std::string& key, std::string_view rawV
     } else if (key == "NUMBER_OF_FIELDS" || key == "NUMBER_OF_SETS") {
         // They describe the data; they are checked against it, not kept.
         double number = 0;
-        if (!ParseNumber(value, number) || number < 0 || number > 1e9 || number != std::floor(number))
+        if (!TKIT8Lexer::ParseNumber(value, number) || number < 0 || number > 1e9 || number != std::floor(number))
             TKIT8Lexer::Fail(FormatErr, line, "%s \"%s\" is no count", key.c_str(), value.c_str());
         if (key == "NUMBER_OF_SETS") {
             fDeclaredSets = int32_t(number);
@@ -366,7 +348,7 @@ void IT8FormatReader::DataToken(const TKIT8Lexer::Token& token) {
     }
     const Column& column = fColumns[size_t(fColumn)];
     if (column.kind == kValue) {
-        if (!ParseNumber(token.text, fValues[size_t(column.slot)]))
+        if (!TKIT8Lexer::ParseNumber(token.text, fValues[size_t(column.slot)]))
             TKIT8Lexer::Fail(FormatErr, token.line, "\"%.*s\" in field %s is no number", int(std::min<size_t>(token.text.size(), 40)),
                              token.text.data(), fFields[size_t(fColumn)].name.CString());
     } else if (!fTexts.empty()) {
