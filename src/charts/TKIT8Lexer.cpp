@@ -48,7 +48,7 @@ bool TKIT8Lexer::SkipQuoted() {
             ++fPos;
             return true;
         }
-        if (c == '\\' && fPos + 1 < fEnd && fPos[1] == '"') {
+        if (c == '\\' && fPos + 1 < fEnd && (fPos[1] == '"' || fPos[1] == '\\')) {
             fPos += 2;
         } else if (c == '\n' || c == '\r') {
             SkipLineEnd();
@@ -85,6 +85,7 @@ bool TKIT8Lexer::Next(Token& token) {
         Fail(BufferTooSmall, token.line, "a token of %lld bytes (at most %d)", static_cast<long long>(fPos - start),
              int(kMaxToken));
     token.text = std::string_view(start, size_t(fPos - start));
+    token.endLine = fLine;
     return true;
 }
 
@@ -122,7 +123,7 @@ void TKIT8Lexer::Unquote(std::string_view token, std::string& out) {
     }
     out.reserve(token.size() - 2);
     for (size_t i = 1; i + 1 < token.size(); ++i) {
-        if (token[i] == '\\' && i + 2 < token.size() && token[i + 1] == '"') ++i;
+        if (token[i] == '\\' && i + 2 < token.size() && (token[i + 1] == '"' || token[i + 1] == '\\')) ++i;
         out.push_back(token[i]);
     }
 }
