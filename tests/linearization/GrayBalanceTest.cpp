@@ -124,6 +124,34 @@ TEST_F(GrayBalanceTest, ChartModelIsExactOnTheWedges) {
         const TKVector lab = ConvertColor(TKLabSpace, model->Trafo(chart.device.GetRow(r)));
         EXPECT_LT(lab.Distance(chart.measured.GetRow(r)), 1e-6) << r;
     }
+    // Without the black wedge (rows 33 to 43) black has no effect, and its curve keeps the step.
+    TKMatrix device(44, 4, int32_t(TKCMYKSpace)), measured(44, 3, int32_t(TKLabSpace));
+    for (int32_t r = 0, to = 0; r < chart.device.GetHeight(); ++r)
+        if (r < 33 || r > 43) {
+            device.SetRow(to, chart.device.GetRow(r));
+            measured.SetRow(to++, chart.measured.GetRow(r));
+        }
+    TKRefPtr<TKColorLinearization> curves(new TKColorLinearization, true);
+    TKGrayBalance(device, measured).Calc(curves.Get());
+    EXPECT_NEAR(curves->GetCurve(3).Apply(0.5), 0.5, 1e-3);
+    EXPECT_GT(std::fabs(curves->GetCurve(0).Apply(0.5) - 0.5), 0.02);
+}
+
+// Targets given as colours: the G7 targets as a table give the G7 curves of C, M and Y.
+TEST_F(GrayBalanceTest, TargetsGivenAsColours) {
+    TKRefPtr<SimulatedPress> press(new SimulatedPress(0.8), true);
+    const WedgeChart chart = PrintWedgeChart(*press, 21);
+    TKRefPtr<TKChartPressModel> model(new TKChartPressModel(chart.device, chart.measured), true);
+    TKCalcGrayBalanceCurves g7(model.Get());
+    g7.Solve(0);
+    TKMatrix targets(101, 3, int32_t(TKLabSpace));
+    for (int32_t step = 0; step <= 100; ++step) targets.SetRow(step, g7.GetTarget(step));
+    TKRefPtr<TKColorLinearization> byTable(new TKColorLinearization, true), byCurve(new TKColorLinearization, true);
+    TKCIEGrayBalance(chart.device, chart.measured, targets).Calc(byTable.Get());
+    TKGrayBalance(chart.device, chart.measured).Calc(byCurve.Get());
+    for (int32_t c = 0; c < 3; ++c)
+        for (double u : {0.1, 0.3, 0.5, 0.7, 0.9})
+            EXPECT_NEAR(byTable->GetCurve(c).Apply(u), byCurve->GetCurve(c).Apply(u), 1e-3) << c << " " << u;
 }
 
 TEST_F(GrayBalanceErrorTest, RefusedInputs) {
@@ -149,6 +177,9 @@ TEST_F(GrayBalanceErrorTest, RefusedInputs) {
     for (int32_t wedge = 0; wedge < 5; ++wedge) noPaper(wedge * 11, 0) = 1.0;
     EXPECT_TKERROR(TKChartPressModel(noPaper, chart.measured), NoMeasurementData);
     EXPECT_TKERROR(TKGrayBalance(device, measured).Calc(curves.Get()), NoMeasurementData);
+
+    EXPECT_TKERROR(TKCIEGrayBalance(chart.device, chart.measured, TKMatrix(1, 3, int32_t(TKLabSpace))), ArgErr);
+    EXPECT_TKERROR(TKCIEGrayBalance(chart.device, chart.measured, TKMatrix(5, 4, int32_t(TKCMYKSpace))), ArgErr);
 
     // Refining curves of another kind is refused and leaves them.
     TKRefPtr<TKColorLinearization> rgb(new TKColorLinearization(TKRGBSpace), true);
