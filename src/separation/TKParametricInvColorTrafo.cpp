@@ -291,3 +291,31 @@ TKVector TKInvColorTrafoBalanceColorants::FinishColor(const TKVector& x) {
     }
     return colour;
 }
+
+// ---- Start from a CIE separation -------------------------------------------------------------
+
+TKInvColorTrafoCIESeparation::TKInvColorTrafoCIESeparation(TKTrafo* startTrafo, TKTrafo* forward,
+                                                           TKCIESeparation* separation, bool owned)
+    : TKCIESeparationHolder(separation, owned), TKInvColorTrafoOptimizeCMY(startTrafo, forward, owned) {
+    if (!fCIESeparation) TKThrowMsg(PtrInvalid, "inverse without its CIE separation");
+    if (uint32_t(fCIESeparation->GetDstType(0)) != DeviceType())
+        TKThrowMsg(DimMismatch, "the CIE separation gives another device");
+}
+
+TKInvColorTrafoCIESeparation::~TKInvColorTrafoCIESeparation() noexcept {}
+
+TKVector TKInvColorTrafoCIESeparation::CalcStart() {
+    const TKVector separated = fCIESeparation->Trafo(fTarget);
+    TKVector start = separated;
+    if (!fStartVector.IsEmpty()) {
+        start = ToDevice(fStartVector);
+        // Inks beyond the fourth stay as asked unless far above what the separation gives.
+        for (int32_t c = 4; c < start.GetDim(); ++c) {
+            const double v = separated[c];
+            if (start[c] > v) start[c] = std::min(start[c], 1.3 * v + 20.0 - 0.005 * v * v);
+        }
+    }
+    fStart = FinishColor(start);
+    fFrame = fStart;
+    return fStart;
+}

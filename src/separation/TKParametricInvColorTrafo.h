@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "color/TKInvColorTrafo.h"
+#include "separation/TKCIESeparation.h"
 #include "separation/TKColorSeparation.h"
 
 class TKParametricInvColorTrafo : public TKInvColorTrafo {
@@ -171,4 +172,22 @@ public:
     TKVector ToParameters(const TKVector& colour) override;
     // Clipped to range, with what clipping takes from the third channel given to the other two.
     TKVector FinishColor(const TKVector& x) override;
+};
+
+// As TKInvColorTrafoOptimizeCMY, with a start from a CIE separation of its own: the separated
+// inks, or the fixed start vector with each ink from the fifth on held near the separated one.
+// Holds the CIE separation; a base in front, so that its count is taken before the inverse's
+// own checks can throw.
+struct TKCIESeparationHolder {
+    TKCIESeparationHolder(TKCIESeparation* separation, bool owned) : fCIESeparation(separation, owned) {}
+    TKRefPtr<TKCIESeparation> fCIESeparation;
+};
+
+class TKInvColorTrafoCIESeparation : private TKCIESeparationHolder, public TKInvColorTrafoOptimizeCMY {
+    TK_DECLARE_CLASS(TKInvColorTrafoCIESeparation, TKInvColorTrafoOptimizeCMY)
+public:
+    // PtrInvalid (null reference) without a separation; DimMismatch when it gives another device.
+    TKInvColorTrafoCIESeparation(TKTrafo* startTrafo, TKTrafo* forward, TKCIESeparation* separation, bool owned);
+    ~TKInvColorTrafoCIESeparation() noexcept override;
+    TKVector CalcStart() override;
 };
