@@ -47,6 +47,7 @@ TKColorChart::TKColorChart(const TKColorChart& other)
       fIDs(other.fIDs),
       fNames(other.fNames),
       fLocations(other.fLocations),
+      fFlag(other.fFlag),
       fCount(other.fCount),
       fExtraNames(other.fExtraNames),
       fExtraValues(other.fExtraValues),
@@ -74,6 +75,7 @@ void TKColorChart::Swap(TKColorChart& other) noexcept {
     std::swap(fNames, other.fNames);
     std::swap(fLocations, other.fLocations);
     std::swap(fHeader, other.fHeader);
+    std::swap(fFlag, other.fFlag);
     std::swap(fCount, other.fCount);
     std::swap(fExtraNames, other.fExtraNames);
     std::swap(fExtraValues, other.fExtraValues);
@@ -283,9 +285,13 @@ std::vector<TKChartField> TKColorChart::WritableFields() const {
     if (!name && !fNames.empty()) front.push_back({"SAMPLE_NAME", kChartFieldName, 0, 0});
     if (!location && !fLocations.empty()) front.push_back({"SAMPLE_LOC", kChartFieldLocation, 0, 0});
     out.insert(out.begin(), front.begin(), front.end());
+    // A type some kept fields name is written with those channels alone: the others of a
+    // spectrum read from a narrower range were only extended from them.
     for (uint32_t type : ColorTypes()) {
+        const bool kept = IsSpectral(type) &&
+                          std::any_of(channels.begin(), channels.end(), [type](const auto& c) { return c.first == type; });
         const int32_t width = Matrix(type).GetWidth();
-        for (int32_t c = 0; c < width; ++c)
+        for (int32_t c = 0; c < width && !kept; ++c)
             if (!hasChannel(type, c)) out.push_back({TKChartFieldName(type, c), kChartFieldColor, type, c});
     }
     for (size_t e = 0; e < fExtraNames.size(); ++e)
@@ -294,6 +300,8 @@ std::vector<TKChartField> TKColorChart::WritableFields() const {
 }
 
 // --- Keywords -----------------------------------------------------------------------------------
+
+void TKColorChart::SetHeader(const TKDataBase& header) { DeepCopy(fHeader, header); }
 
 TKString TKColorChart::Keyword(const char* key) const { return fHeader.GetString(key, ""); }
 

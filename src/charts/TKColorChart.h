@@ -41,6 +41,11 @@ public:
     TKColorChart& operator=(const TKColorChart& other);
     ~TKColorChart() override;
 
+    // Reads a chart file, choosing the format by its content: CGATS text, or XML by its root.
+    // On any failure the chart is left as it was.
+    void Read(const TKFileSpec& spec);
+    // The same from text in memory; `name` stands for the file in messages.
+    void ReadText(const TKString& text, const char* name = "");
     TKFileSpec File() const { return fFile; }
     void SetFile(const TKFileSpec& spec) { fFile = spec; }
 
@@ -99,6 +104,8 @@ public:
     // --- Keywords and channels --------------------------------------------------------------
     TKDataBase& Header() { return fHeader; }
     const TKDataBase& Header() const { return fHeader; }
+    // A copy of `header` that shares no nested base with it.
+    void SetHeader(const TKDataBase& header);
     TKString Keyword(const char* key) const;
     // A keyword set twice holds the last value, at the place of the first.
     void SetKeyword(const char* key, const TKString& value);
@@ -110,6 +117,11 @@ public:
     int32_t TableCount() const { return int32_t(fTables.size()); }
     TKColorChart& Table(int32_t index) const;  // IndexError outside
     void AddTable(TKColorChart* table, bool owned);
+
+    // Whether the chart came from a file, whose keywords a writer then keeps as they are
+    // instead of adding its own originator, descriptor and date.
+    bool FromFile() const { return (fFlag & kFlagFromFile) != 0; }
+    void SetFromFile(bool fromFile) { fFlag = uint8_t(fromFile ? fFlag | kFlagFromFile : fFlag & ~kFlagFromFile); }
 
     // --- Operations ---------------------------------------------------------------------------
     // A chart of the samples at the given indices, in that order, with this chart's header.
@@ -134,6 +146,7 @@ public:
     void Swap(TKColorChart& other) noexcept;
 
 private:
+    static constexpr uint8_t kFlagFromFile = 1;
     void CheckIndex(int32_t index) const;
     void CheckCount(int32_t rows);
     static void SetTexts(std::vector<TKString>& target, std::vector<TKString>&& texts, int32_t count);
@@ -145,6 +158,7 @@ private:
     std::vector<TKString> fNames;
     std::vector<TKString> fLocations;
     TKDataBase fHeader;
+    uint8_t fFlag = 0;
     int32_t fCount = 0;
     std::vector<TKString> fExtraNames;
     std::vector<TKString> fExtraValues;

@@ -11,6 +11,7 @@
 #include "Image.h"
 #include "LinkBake.h"
 #include "MatchImage.h"
+#include "PureColours.h"
 
 namespace host {
 
@@ -48,6 +49,7 @@ Image Prepare(const Image& in, TKLinkRef link, const std::string& inName) {
 
 int RunApply(Args& args) {
     ChainOptions chain;
+    PureOptions pure;
     int32_t gridBits = 0;
     int threads = int(std::max(1u, std::thread::hardware_concurrency()));
     std::string embed, compression;
@@ -62,11 +64,11 @@ int RunApply(Args& args) {
                         "  -e, --embed FILE     profile to embed (default: the chain's last profile)\n"
                         "      --no-embed       embed no profile\n"
                         "  -c, --compression C  none, lzw, deflate or packbits (default: the source's)\n"
-                        "      --planar, --interleaved  sample layout of the output (default: the source's)\n",
-                        ChainUsage());
+                        "      --planar, --interleaved  sample layout of the output (default: the source's)\n%s",
+                        ChainUsage(), PureUsage());
             return 0;
         }
-        if (chain.Take(args)) continue;
+        if (chain.Take(args) || pure.Take(args)) continue;
         const std::string word = args.Take();
         if (word == "-g" || word == "--grid") gridBits = args.IntValue(word, 1, 6);
         else if (word == "-t" || word == "--threads") threads = args.IntValue(word, 1, 256);
@@ -96,11 +98,12 @@ int RunApply(Args& args) {
             readSeconds = SecondsSince(readStart);
             return image;
         });
-    Ref trafo = BuildTrafo(chain);
+    // Pure colours are baked into a new link, also around a saved one.
+    Ref trafo = pure.Apply(BuildTrafo(chain));
     double bakeSeconds = 0;
     Ref baked;
     TKLinkRef link = trafo.get();
-    if (chain.link.empty()) {
+    if (chain.link.empty() || pure.Any()) {
         baked = BakeLink(trafo.get(), gridBits, bakeSeconds);
         link = baked.get();
     }
@@ -149,7 +152,7 @@ int RunApply(Args& args) {
                 in.planar ? "planar" : "interleaved", in.ColourChannels(), out.ColourChannels(),
                 in.extra ? (" + " + std::to_string(in.extra) + " extra").c_str() : "",
                 profileName.empty() ? "no profile embedded" : ("embedded " + profileName).c_str());
-    if (chain.link.empty()) {
+    if (chain.link.empty() || pure.Any()) {
         const LinkShape shape = ShapeOf(link);
         std::printf("  link set up in %.2f s, grid %s\n", bakeSeconds, shape.Text().c_str());
     }

@@ -4,6 +4,7 @@
 #include "Chain.h"
 #include "Commands.h"
 #include "LinkBake.h"
+#include "PureColours.h"
 
 namespace host {
 
@@ -18,17 +19,18 @@ const char* const kUsage =
 
 int RunLink(Args& args) {
     ChainOptions chain;
+    PureOptions pure;
     int32_t gridBits = 0;
     std::string output;
     while (!args.Done()) {
         if (WantsHelp(args, kUsage)) {
             std::printf("%s  -g, --grid BITS      2^BITS + 1 grid points per axis, 1-6 (default: chosen by\n"
                         "                       the library from the channel count)\n"
-                        "  -o, --output FILE    the link file to write\n",
-                        ChainUsage());
+                        "  -o, --output FILE    the link file to write\n%s",
+                        ChainUsage(), PureUsage());
             return 0;
         }
-        if (chain.Take(args)) continue;
+        if (chain.Take(args) || pure.Take(args)) continue;
         const std::string word = args.Take();
         if (word == "-g" || word == "--grid") gridBits = args.IntValue(word, 1, 6);
         else if (word == "-o" || word == "--output") output = args.Value(word);
@@ -36,7 +38,7 @@ int RunLink(Args& args) {
     }
     if (output.empty()) throw UsageError("no output file given (-o)");
     if (chain.pcsIn || chain.pcsOut) throw UsageError("a link runs from device to device; --from and --to do not apply");
-    Ref trafo = BuildTrafo(chain);
+    Ref trafo = pure.Apply(BuildTrafo(chain));
     double seconds = 0;
     Ref link = BakeLink(trafo.get(), gridBits, seconds);
 
@@ -52,6 +54,7 @@ int RunLink(Args& args) {
                 SignatureText(TKGetTrafoSrcType(link.get())).c_str(), shape.srcDim,
                 SignatureText(TKGetTrafoDstType(link.get())).c_str(), shape.dstDim, shape.Text().c_str(), seconds,
                 output.c_str());
+    if (pure.Any()) std::printf("  built with %s\n", pure.Describe().c_str());
     return 0;
 }
 

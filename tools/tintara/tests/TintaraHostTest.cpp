@@ -443,6 +443,26 @@ TEST_F(Host, ConvertReachesBothConnectionSpaces) {
     }
 }
 
+// --refine searches the ink whose colour FOGRA39's forward table meets: from Lab the refined
+// ink lands within 0.2 dE76 of the colour asked for, closer than the plain table's ink.
+TEST_F(Host, RefineMeetsTheColourCloserThanTheTable) {
+    const std::string fogra = "'" + kData + "/FOGRA39L.icc'";
+    const std::vector<double> target = {50.0, 20.0, -30.0};
+    double error[2];
+    for (int refine = 0; refine < 2; ++refine) {
+        const Result ink = Run(std::string("convert ") + (refine ? "--refine " : "") + "-i relative --from lab -p " +
+                               fogra + " 50 20 -30");
+        ASSERT_EQ(ink.code, 0) << ink.err;
+        const Result lab = Run("convert -i relative -p " + fogra + " --to lab", ink.out);
+        ASSERT_EQ(lab.code, 0) << lab.err;
+        const std::vector<double> l = Numbers(lab.out);
+        ASSERT_EQ(l.size(), 3u) << lab.out;
+        error[refine] = std::hypot(l[0] - target[0], l[1] - target[1], l[2] - target[2]);
+    }
+    EXPECT_LT(error[1], 0.2);
+    EXPECT_LT(error[1], error[0]);
+}
+
 TEST_F(Host, ApplyThroughAProfileChainAgreesWithTheChainsLink) {
     const std::string chain = "-i perceptual -p '" + kData + "/sRGB.icc' -p '" + kData + "/FOGRA39L.icc'";
     ASSERT_EQ(Run("testimage -s 120x90 '" + Path("in.tif") + "'").code, 0);
@@ -468,6 +488,31 @@ TEST_F(Host, MissingOrDamagedProfilesFailCleanly) {
                        "junk.icc");
     EXPECT_EQ(Files(), before);
 }
+
+TEST_F(Host, LinksKeepPureColoursAndTheInkLimit) {
+    const std::string chain = "-i relative -p '" + kData + "/FOGRA39L.icc' -p '" + kData + "/FOGRA29L.icc'";
+    const Result made = Run("link " + chain + " -x 'PureBlack+PurePrimaries|PureSecondaries,PureWhite+4' --ink-limit 300 -o '" +
+                            Path("pure.lnk") + "'");
+    ASSERT_EQ(made.code, 0) << made.err;
+    EXPECT_NE(made.out.find("built with exceptions 0x10A5"), std::string::npos) << made.out;
+    const Result k = Run("convert -l '" + Path("pure.lnk") + "' 0 0 0 50 100 100 100 100 40 0 0 0");
+    ASSERT_EQ(k.code, 0) << k.err;
+    const std::vector<double> v = Numbers(k.out);
+    ASSERT_EQ(v.size(), 12u);
+    EXPECT_EQ(v[0] + v[1] + v[2], 0.0);
+    EXPECT_NEAR(v[3], 50.0, 0.1);
+    EXPECT_LE(v[4] + v[5] + v[6] + v[7], 300.1);
+    EXPECT_EQ(v[9] + v[10] + v[11], 0.0);
+    // Mode words that are no flags, and settings or limits that do not read, fail cleanly.
+    for (const char* bad : {"-x PureBlak", "-x ''", "-x 1+", "--ink-limit 300,x", "--ink-limit ''", "--exception-tolerance -1",
+                            "--exception-settings @" "/nonexistent/settings.txt"}) {
+        const Result r = Run("link " + chain + " " + bad + " -o '" + Path("bad.lnk") + "'");
+        EXPECT_NE(r.code, 0) << bad;
+        EXPECT_NE(r.err.find("tintara link"), std::string::npos) << bad;
+    }
+    EXPECT_EQ(Files(), std::vector<std::string>{"pure.lnk"});
+}
+
 #endif
 
 TEST_F(Host, UsageMistakesExitWithTwo) {
@@ -481,6 +526,51 @@ TEST_F(Host, UsageMistakesExitWithTwo) {
         EXPECT_EQ(help.code, 0) << command;
         EXPECT_NE(help.out.find("usage: tintara"), std::string::npos) << command;
     }
+}
+
+}  // namespace
+
+namespace {
+
+// Calibration from the simulated press's wedges (dot gain gamma 0.8) towards the same press
+// without dot gain: the curves are u^1.25, here at 50 % 42.04 %. The curve file, the device
+// link and its use by convert and apply agree.
+TEST_F(Host, CalibrateWritesCurvesAndALink) {
+    const std::string wedges = kData + "/../linearization/printcal-press.ti3";
+    const std::string reference = kData + "/../linearization/printcal-reference.ti3";
+    const Result r = Run("calibrate '" + wedges + "' -r '" + reference + "' -n 101 -o '" + Path("curves.txt") +
+                         "' -k '" + Path("curves.lnk") + "'");
+    ASSERT_EQ(r.code, 0) << r.err;
+    const std::string curves = Slurp(Path("curves.txt"));
+    const size_t row = curves.find("\n51 50.0000 ");
+    ASSERT_NE(row, std::string::npos) << curves.substr(0, 400);
+    std::istringstream fields(curves.substr(row + 12));
+    for (int c = 0; c < 4; ++c) {
+        double value = 0;
+        fields >> value;
+        EXPECT_NEAR(value, 42.04, 0.3) << c;
+    }
+    const Result converted = Run("convert -l '" + Path("curves.lnk") + "' 50 50 50 50");
+    ASSERT_EQ(converted.code, 0) << converted.err;
+    std::istringstream linked(converted.out);
+    for (int c = 0; c < 4; ++c) {
+        double value = 0;
+        linked >> value;
+        EXPECT_NEAR(value, 42.04, 0.3) << c;
+    }
+    ASSERT_EQ(Run("testimage --space cmyk -s 64x48 '" + Path("in.tif") + "'").code, 0);
+    ASSERT_EQ(Run("apply -l '" + Path("curves.lnk") + "' '" + Path("in.tif") + "' '" + Path("out.tif") + "'").code, 0);
+
+    // Bad input: one line and no output; a wrong number of limits is a command-line mistake.
+    const Result missing = Run("calibrate '" + Path("none.txt") + "' -o '" + Path("bad.txt") + "'");
+    EXPECT_EQ(missing.code, 1);
+    EXPECT_EQ(std::count(missing.err.begin(), missing.err.end(), '\n'), 1);
+    EXPECT_EQ(Run("calibrate '" + Path("curves.txt") + "'").code, 1);  // curves hold no measurements
+    EXPECT_EQ(Run("calibrate '" + wedges + "' -G").code, 1);             // no gray wedge
+    EXPECT_EQ(Run("calibrate '" + wedges + "' -L 100,90").code, 2);
+    EXPECT_EQ(Run("calibrate '" + wedges + "' -s 2,1 -o '" + Path("bad.txt") + "'").code, 1);
+    const std::vector<std::string> files = Files();
+    EXPECT_EQ(std::count(files.begin(), files.end(), "bad.txt"), 0);
 }
 
 }  // namespace
