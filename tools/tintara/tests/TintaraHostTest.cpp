@@ -574,3 +574,44 @@ TEST_F(Host, CalibrateWritesCurvesAndALink) {
 }
 
 }  // namespace
+
+// --- tintara chart ------------------------------------------------------------------------------
+
+TEST_F(Host, ChartInfoShowsKeywordsFieldsCountsAndTypes) {
+    const Result r = Run("chart info '" + kData + "/../charts/FOGRA39L.ti3'");
+    ASSERT_EQ(r.code, 0) << r.err;
+    for (const char* line : {"table 1: CTI3, 1617 samples", "  DESCRIPTOR = FOGRA39L", "  KEYWORD/0 = DEVICE_CLASS",
+                             "fields (11): SAMPLE_ID CMYK_C CMYK_M CMYK_Y CMYK_K XYZ_X XYZ_Y XYZ_Z LAB_L LAB_A LAB_B",
+                             "colour types: CMYK (device, 4 channels) XYZ (measured, 3 channels) Lab (measured, 3 channels)"})
+        EXPECT_NE(r.out.find(line), std::string::npos) << line << "\n" << r.out;
+    const Result bad = Run("chart info '" + kData + "/../charts/missing.ti3'");
+    EXPECT_EQ(bad.code, 1);
+    EXPECT_NE(bad.err.find("missing.ti3"), std::string::npos) << bad.err;
+}
+
+TEST_F(Host, ChartConvertWritesChosenTypesAndFields) {
+    const std::string in = kData + "/../charts/FOGRA39L.ti3";
+    struct Case {
+        std::string options;
+        std::vector<std::string> expected;
+    };
+    const Case cases[] = {
+        {"--to Lab --keep SAMPLE_ID,CMYK,Lab", {"CTI3\n", "SAMPLE_ID\tCMYK_C\tCMYK_M\tCMYK_Y\tCMYK_K\tLAB_L\tLAB_A\tLAB_B\n",
+                                                 "NUMBER_OF_SETS 1617\n", "\n9\t0.000\t100.000\t0.000\t0.000\t48.000\t74.000\t-3.000\n"}},
+        {"--merge --keep CMYK,XYZ", {"NUMBER_OF_SETS 1588\n", "CMYK_C\tCMYK_M\tCMYK_Y\tCMYK_K\tXYZ_X\tXYZ_Y\tXYZ_Z\n"}},
+        {"--csc", {"% CSC gammut file\n% Version: 2\n\n% Cyan;Magenta;Yellow;Black;L;a;b\n",
+                   "0.00;100.00;0.00;0.00;48.00;74.00;-3.00;\n"}},
+    };
+    for (const Case& c : cases) {
+        const Result r = Run("chart convert '" + in + "' '" + Path("out.txt") + "' " + c.options);
+        ASSERT_EQ(r.code, 0) << c.options << ": " << r.err;
+        const std::string text = Slurp(Path("out.txt"));
+        for (const std::string& piece : c.expected) EXPECT_NE(text.find(piece), std::string::npos) << c.options << ": " << piece;
+    }
+    for (const char* options : {"--keep Foo", "--to CMYK", "--to Lab --add XYZ", "", "--bogus"}) {
+        const Result r = Run("chart convert '" + in + "' '" + Path("bad.txt") + "' " + options + (*options ? "" : " extra"));
+        EXPECT_NE(r.code, 0) << options;
+        const std::vector<std::string> files = Files();
+        EXPECT_EQ(std::count(files.begin(), files.end(), "bad.txt"), 0) << options << ": no partial output";
+    }
+}
