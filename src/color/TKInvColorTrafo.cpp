@@ -155,16 +155,25 @@ TKVector TKInvColorTrafo::CalcStart() {
         start = fStartVector;
     else if (fStartTrafo)
         start = fStartTrafo->Trafo(fTarget);
-    else {
-        const uint32_t type = DeviceType();
-        start = (GetWhite(type) + GetBlack(type, 1)) * 0.5;
-        start.SetType(int32_t(type));
-    }
+    else
+        start = DefaultStart();
     fStart = FinishColor(start);
     return fStart;
 }
 
-double TKInvColorTrafo::CalcError(const TKVector& x, TKVector& out) {
+TKVector TKInvColorTrafo::DefaultStart() const {
+    const uint32_t type = DeviceType();
+    TKVector start = (GetWhite(type) + GetBlack(type, 1)) * 0.5;
+    start.SetType(int32_t(type));
+    return start;
+}
+
+double TKInvColorTrafo::CalcError(const TKVector& x, TKVector& out) { return DeviceError(x, out); }
+
+TKVector TKInvColorTrafo::ToSearch(const TKVector& device) { return device; }
+TKVector TKInvColorTrafo::FromSearch(const TKVector& x) { return x; }
+
+double TKInvColorTrafo::DeviceError(const TKVector& x, TKVector& out) {
     ++fEvaluations;
     const TKVector colour = FinishColor(x);
     TKVector reached = Forward(fRefTrafo)->Trafo(colour);
@@ -198,7 +207,8 @@ double TKInvColorTrafo::CalcError(const TKVector& x, TKVector& out) {
 }
 
 double TKInvColorTrafo::RangeExcess(const TKVector& x) const {
-    if (x.GetDim() != GetChannelCount(DeviceType())) return 0.0;
+    if (x.GetDim() != GetChannelCount(DeviceType()) || (x.GetType() != 0 && uint32_t(x.GetType()) != DeviceType()))
+        return 0.0;
     const TKVector low = GetMinVector(DeviceType()), high = GetMaxVector(DeviceType());
     double excess = 0.0;
     for (int32_t i = 0; i < x.GetDim(); ++i) excess += std::max(0.0, low[i] - x[i]) + std::max(0.0, x[i] - high[i]);
@@ -246,20 +256,15 @@ double TKInvColorTrafo::SearchPasses(TKVector& x) {
 TKVector TKInvColorTrafo::Minimize(const TKVector& start) {
     if (BelowBlackPoint()) {
         const uint32_t type = DeviceType();
-        TKVector x = fBlackDevice.GetType() == 0 || uint32_t(fBlackDevice.GetType()) == type ? ToDevice(fBlackDevice)
-                                                                                              : GetBlack(type, 1);
+        TKVector x = ToSearch(fBlackDevice.GetType() == 0 || uint32_t(fBlackDevice.GetType()) == type
+                                  ? ToDevice(fBlackDevice)
+                                  : GetBlack(type, 1));
         TKVector residual;
         fError = CalcError(x, residual);
         return x;
     }
     TKVector x = start;
     SearchPasses(x);
-    if (RangeExcess(x) > 0.0) {
-        // The error of the clipped colour, which is what the caller gets.
-        x = FinishColor(x);
-        TKVector residual;
-        fError = CalcError(x, residual);
-    }
     return x;
 }
 
@@ -267,7 +272,13 @@ TKVector TKInvColorTrafo::Trafo(const TKVector& source) const {
     // The search state is written during a transform: one object serves one thread at a time.
     auto* self = const_cast<TKInvColorTrafo*>(this);
     self->SetTarget(source);
-    const TKVector result = self->FinishColor(self->Minimize(self->CalcStart()));
+    const TKVector device = self->FromSearch(self->Minimize(self->ToSearch(self->CalcStart())));
+    const TKVector result = self->FinishColor(device);
+    if (self->RangeExcess(device) > 0.0) {
+        // The error of the clipped colour, which is what the caller gets.
+        TKVector residual;
+        self->fError = self->DeviceError(result, residual);
+    }
     self->fRefVector = result;
     return result;
 }

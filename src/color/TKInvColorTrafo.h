@@ -92,6 +92,15 @@ public:
     uint32_t TargetType() const;
 
 protected:
+    // The search's own coordinates of a device colour and back; the identity here, the
+    // parameters of the parametric forms.
+    virtual TKVector ToSearch(const TKVector& device);
+    virtual TKVector FromSearch(const TKVector& x);
+    // Half of white and the black of the first four inks: the start without any other.
+    TKVector DefaultStart() const;
+    // The error of a device colour (not yet clipped): the colour difference, then the ink
+    // penalty and the keep weight as further components.
+    double DeviceError(const TKVector& device, TKVector& out);
     // The two passes of the search on a vector of the search's own coordinates.
     double SearchPasses(TKVector& x);
     // One pass of the pattern search from x with the given shrink factor and start step.

@@ -29,14 +29,17 @@ struct ProfileDeleter {
     void operator()(TKICCProfile* profile) const { TKFreeICCProfileRef(profile); }
 };
 
+// The intent bit that asks for a table into device values refined by inverse search.
+constexpr int32_t kRefineIntentBit = 0x40;
+
 // The connection space to device trafo of one profile.
-Ref FromConnectionSpace(const ChainOptions::Member& member) {
+Ref FromConnectionSpace(const ChainOptions::Member& member, bool refine) {
     std::unique_ptr<TKICCProfile, ProfileDeleter> profile(TKNewICCProfileRef());
     if (!profile) throw Failure("cannot create a profile object");
     FileSpec spec(member.path);
     Check(TKReadProfile(profile.get(), spec.get()), "reading profile " + member.path);
     Ref trafo;
-    Check(TKGetICCProfileTrafo(trafo.out(), profile.get(), 0, member.intent),
+    Check(TKGetICCProfileTrafo(trafo.out(), profile.get(), 0, member.intent | (refine ? kRefineIntentBit : 0)),
           "building the connection space to device trafo of " + member.path);
     return trafo;
 }
@@ -54,6 +57,8 @@ const char* ChainUsage() {
                  "  -l, --link FILE      a saved device link instead of profiles\n"
                  "      --from lab|xyz   start in the connection space of the one profile\n"
                  "      --to lab|xyz     end in the connection space of the one profile\n"
+                 "      --refine         refine each table into device values by searching the ink\n"
+                 "                       whose colour its forward table meets (slower, more exact)\n"
                : "  -l, --link FILE      a saved device link\n"
                  "  (this build of the library has no profile functions; profile chains are not offered)\n";
 }
@@ -73,6 +78,9 @@ bool ChainOptions::Take(Args& args) {
         args.Take();
         if (profiles.size() == 10) throw UsageError("a chain holds at most ten profiles");
         profiles.push_back({args.Value(word), intent});
+    } else if (word == "--refine") {
+        args.Take();
+        refine = true;
     } else if (word == "--from") {
         args.Take();
         pcsIn = PcsType(args.Value(word), word);
@@ -107,7 +115,7 @@ Ref BuildTrafo(const ChainOptions& chain) {
 #if TINTARA_HOST_PROFILES
     if (chain.pcsIn) {
         if (chain.pcsOut) throw UsageError("--from and --to together make no trafo");
-        return FromConnectionSpace(chain.profiles.front());
+        return FromConnectionSpace(chain.profiles.front(), chain.refine);
     }
     std::vector<std::unique_ptr<FileSpec>> specs;
     std::vector<TKFileSpec*> pointers;
@@ -116,7 +124,7 @@ Ref BuildTrafo(const ChainOptions& chain) {
     for (const auto& member : chain.profiles) {
         specs.push_back(std::make_unique<FileSpec>(member.path));
         pointers.push_back(specs.back()->get());
-        intents.push_back(member.intent);
+        intents.push_back(member.intent | (chain.refine ? kRefineIntentBit : 0));
         names += (names.empty() ? "" : " -> ") + member.path;
     }
     Ref trafo;

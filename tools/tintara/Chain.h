@@ -19,6 +19,7 @@ struct ChainOptions {
     uint32_t pcsIn = 0;      // 'Lab ' or 'XYZ ': start in the connection space of the one profile
     uint32_t pcsOut = 0;     // 'Lab ' or 'XYZ ': end in the connection space
     int32_t intent = 0;      // the intent of the next profile
+    bool refine = false;     // refine the tables from the connection space by inverse search
 
     // Takes the option at the front of `args` if it is a chain option; false otherwise.
     bool Take(Args& args);

@@ -443,6 +443,26 @@ TEST_F(Host, ConvertReachesBothConnectionSpaces) {
     }
 }
 
+// --refine searches the ink whose colour FOGRA39's forward table meets: from Lab the refined
+// ink lands within 0.2 dE76 of the colour asked for, closer than the plain table's ink.
+TEST_F(Host, RefineMeetsTheColourCloserThanTheTable) {
+    const std::string fogra = "'" + kData + "/FOGRA39L.icc'";
+    const std::vector<double> target = {50.0, 20.0, -30.0};
+    double error[2];
+    for (int refine = 0; refine < 2; ++refine) {
+        const Result ink = Run(std::string("convert ") + (refine ? "--refine " : "") + "-i relative --from lab -p " +
+                               fogra + " 50 20 -30");
+        ASSERT_EQ(ink.code, 0) << ink.err;
+        const Result lab = Run("convert -i relative -p " + fogra + " --to lab", ink.out);
+        ASSERT_EQ(lab.code, 0) << lab.err;
+        const std::vector<double> l = Numbers(lab.out);
+        ASSERT_EQ(l.size(), 3u) << lab.out;
+        error[refine] = std::hypot(l[0] - target[0], l[1] - target[1], l[2] - target[2]);
+    }
+    EXPECT_LT(error[1], 0.2);
+    EXPECT_LT(error[1], error[0]);
+}
+
 TEST_F(Host, ApplyThroughAProfileChainAgreesWithTheChainsLink) {
     const std::string chain = "-i perceptual -p '" + kData + "/sRGB.icc' -p '" + kData + "/FOGRA39L.icc'";
     ASSERT_EQ(Run("testimage -s 120x90 '" + Path("in.tif") + "'").code, 0);
@@ -509,3 +529,89 @@ TEST_F(Host, UsageMistakesExitWithTwo) {
 }
 
 }  // namespace
+
+namespace {
+
+// Calibration from the simulated press's wedges (dot gain gamma 0.8) towards the same press
+// without dot gain: the curves are u^1.25, here at 50 % 42.04 %. The curve file, the device
+// link and its use by convert and apply agree.
+TEST_F(Host, CalibrateWritesCurvesAndALink) {
+    const std::string wedges = kData + "/../linearization/printcal-press.ti3";
+    const std::string reference = kData + "/../linearization/printcal-reference.ti3";
+    const Result r = Run("calibrate '" + wedges + "' -r '" + reference + "' -n 101 -o '" + Path("curves.txt") +
+                         "' -k '" + Path("curves.lnk") + "'");
+    ASSERT_EQ(r.code, 0) << r.err;
+    const std::string curves = Slurp(Path("curves.txt"));
+    const size_t row = curves.find("\n51 50.0000 ");
+    ASSERT_NE(row, std::string::npos) << curves.substr(0, 400);
+    std::istringstream fields(curves.substr(row + 12));
+    for (int c = 0; c < 4; ++c) {
+        double value = 0;
+        fields >> value;
+        EXPECT_NEAR(value, 42.04, 0.3) << c;
+    }
+    const Result converted = Run("convert -l '" + Path("curves.lnk") + "' 50 50 50 50");
+    ASSERT_EQ(converted.code, 0) << converted.err;
+    std::istringstream linked(converted.out);
+    for (int c = 0; c < 4; ++c) {
+        double value = 0;
+        linked >> value;
+        EXPECT_NEAR(value, 42.04, 0.3) << c;
+    }
+    ASSERT_EQ(Run("testimage --space cmyk -s 64x48 '" + Path("in.tif") + "'").code, 0);
+    ASSERT_EQ(Run("apply -l '" + Path("curves.lnk") + "' '" + Path("in.tif") + "' '" + Path("out.tif") + "'").code, 0);
+
+    // Bad input: one line and no output; a wrong number of limits is a command-line mistake.
+    const Result missing = Run("calibrate '" + Path("none.txt") + "' -o '" + Path("bad.txt") + "'");
+    EXPECT_EQ(missing.code, 1);
+    EXPECT_EQ(std::count(missing.err.begin(), missing.err.end(), '\n'), 1);
+    EXPECT_EQ(Run("calibrate '" + Path("curves.txt") + "'").code, 1);  // curves hold no measurements
+    EXPECT_EQ(Run("calibrate '" + wedges + "' -G").code, 1);             // no gray wedge
+    EXPECT_EQ(Run("calibrate '" + wedges + "' -L 100,90").code, 2);
+    EXPECT_EQ(Run("calibrate '" + wedges + "' -s 2,1 -o '" + Path("bad.txt") + "'").code, 1);
+    const std::vector<std::string> files = Files();
+    EXPECT_EQ(std::count(files.begin(), files.end(), "bad.txt"), 0);
+}
+
+}  // namespace
+
+// --- tintara chart ------------------------------------------------------------------------------
+
+TEST_F(Host, ChartInfoShowsKeywordsFieldsCountsAndTypes) {
+    const Result r = Run("chart info '" + kData + "/../charts/FOGRA39L.ti3'");
+    ASSERT_EQ(r.code, 0) << r.err;
+    for (const char* line : {"table 1: CTI3, 1617 samples", "  DESCRIPTOR = FOGRA39L", "  KEYWORD/0 = DEVICE_CLASS",
+                             "fields (11): SAMPLE_ID CMYK_C CMYK_M CMYK_Y CMYK_K XYZ_X XYZ_Y XYZ_Z LAB_L LAB_A LAB_B",
+                             "colour types: CMYK (device, 4 channels) XYZ (measured, 3 channels) Lab (measured, 3 channels)"})
+        EXPECT_NE(r.out.find(line), std::string::npos) << line << "\n" << r.out;
+    const Result bad = Run("chart info '" + kData + "/../charts/missing.ti3'");
+    EXPECT_EQ(bad.code, 1);
+    EXPECT_NE(bad.err.find("missing.ti3"), std::string::npos) << bad.err;
+}
+
+TEST_F(Host, ChartConvertWritesChosenTypesAndFields) {
+    const std::string in = kData + "/../charts/FOGRA39L.ti3";
+    struct Case {
+        std::string options;
+        std::vector<std::string> expected;
+    };
+    const Case cases[] = {
+        {"--to Lab --keep SAMPLE_ID,CMYK,Lab", {"CTI3\n", "SAMPLE_ID\tCMYK_C\tCMYK_M\tCMYK_Y\tCMYK_K\tLAB_L\tLAB_A\tLAB_B\n",
+                                                 "NUMBER_OF_SETS 1617\n", "\n9\t0.000\t100.000\t0.000\t0.000\t48.000\t74.000\t-3.000\n"}},
+        {"--merge --keep CMYK,XYZ", {"NUMBER_OF_SETS 1588\n", "CMYK_C\tCMYK_M\tCMYK_Y\tCMYK_K\tXYZ_X\tXYZ_Y\tXYZ_Z\n"}},
+        {"--csc", {"% CSC gammut file\n% Version: 2\n\n% Cyan;Magenta;Yellow;Black;L;a;b\n",
+                   "0.00;100.00;0.00;0.00;48.00;74.00;-3.00;\n"}},
+    };
+    for (const Case& c : cases) {
+        const Result r = Run("chart convert '" + in + "' '" + Path("out.txt") + "' " + c.options);
+        ASSERT_EQ(r.code, 0) << c.options << ": " << r.err;
+        const std::string text = Slurp(Path("out.txt"));
+        for (const std::string& piece : c.expected) EXPECT_NE(text.find(piece), std::string::npos) << c.options << ": " << piece;
+    }
+    for (const char* options : {"--keep Foo", "--to CMYK", "--to Lab --add XYZ", "", "--bogus"}) {
+        const Result r = Run("chart convert '" + in + "' '" + Path("bad.txt") + "' " + options + (*options ? "" : " extra"));
+        EXPECT_NE(r.code, 0) << options;
+        const std::vector<std::string> files = Files();
+        EXPECT_EQ(std::count(files.begin(), files.end(), "bad.txt"), 0) << options << ": no partial output";
+    }
+}
