@@ -298,3 +298,47 @@ TEST_F(MCLinkExports, TrafosAndLinksMakeMergeLinksWithinTheChannelLimit) {
     EXPECT_EQ(link.Object()->GetMemberCount(), 0);
     for (TKTrafoRef ref : {refs[0], refs[2], sharedRef, wideRef}) FreeRef(ref);
 }
+
+namespace {
+
+struct Reports {
+    std::vector<int32_t> positions;
+    int32_t answer = 0;
+};
+int32_t Record(int32_t position, int32_t total, void* userData) {
+    auto* reports = static_cast<Reports*>(userData);
+    reports->positions.push_back(total == 1000 ? position : -1);
+    return reports->answer;
+}
+
+}  // namespace
+
+// Long runs report progress through the host's callback, with spots and without; a callback that
+// answers Cancel stops the match with that code and stores no error.
+TEST_F(MCLinkExports, ProgressAndCancelReachTheHost) {
+    const Profiles& p = JobProfiles();
+    MCLink link;
+    Specs specs({p.press, p.orange, p.green});
+    const int32_t gridBits[] = {4, 3, 3};
+    ASSERT_EQ(TKDLProfiles2MCLink16(link.ref, specs.Count(), specs.Data(), gridBits), 0);
+    constexpr int32_t kCount = 300000;
+    for (bool spots : {false, true}) {
+        std::vector<uint16_t> in(size_t(6) * kCount, 0x4000), out(size_t(4) * kCount);
+        if (!spots) std::fill(in.begin() + 4 * size_t(kCount), in.end(), uint16_t(0));
+        const void* src[6];
+        void* dst[4];
+        for (int32_t c = 0; c < 6; ++c) src[c] = in.data() + size_t(c) * kCount;
+        for (int32_t o = 0; o < 4; ++o) dst[o] = out.data() + size_t(o) * kCount;
+        Reports reports;
+        ASSERT_EQ(TKLink16MatchPlanes(link.ref, kCount, src, dst, 1, 1, Record, &reports), 0);
+        ASSERT_FALSE(reports.positions.empty()) << spots;
+        EXPECT_TRUE(std::is_sorted(reports.positions.begin(), reports.positions.end())) << spots;
+        EXPECT_GE(reports.positions.front(), 0);
+        EXPECT_LE(reports.positions.back(), 1000);
+        reports = Reports{{}, Cancel};
+        MarkLastError();
+        EXPECT_EQ(TKLink16MatchPlanes(link.ref, kCount, src, dst, 1, 1, Record, &reports), Cancel) << spots;
+        EXPECT_EQ(reports.positions.size(), 1u);
+        EXPECT_TRUE(LastErrorIsMarker());
+    }
+}
