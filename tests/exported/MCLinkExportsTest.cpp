@@ -122,6 +122,16 @@ ErrorFigures Measure(TKLinkRef link, const TKTrafo& exact, double spotShare, int
     return {sum / errors.size(), errors[size_t(errors.size() * 0.95)], errors.back()};
 }
 
+// RGB to CMYK at a fixed grey: a member with fewer source channels than CMYK.
+class Fixed34 : public TKTrafo {
+public:
+    int32_t GetSrcDim() const override { return 3; }
+    int32_t GetDstDim(int32_t) const override { return 4; }
+    int32_t GetSrcType() const override { return int32_t(TKRGBSpace); }
+    int32_t GetDstType(int32_t) const override { return kCMYK; }
+    TKVector Trafo(const TKVector&) const override { return TKVector({50.0, 40.0, 40.0, 10.0}, kCMYK); }
+};
+
 class MCLinkExports : public ::testing::Test {};
 
 }  // namespace
@@ -341,4 +351,25 @@ TEST_F(MCLinkExports, ProgressAndCancelReachTheHost) {
         EXPECT_EQ(reports.positions.size(), 1u);
         EXPECT_TRUE(LastErrorIsMarker());
     }
+}
+
+// A shared member calculated anew into other channels makes the merge link refuse pixels.
+TEST_F(MCLinkExports, ASharedMemberChangedLaterIsNoLongerMatched) {
+    TKRefPtr<TKTrafo> press(new PressCMYK, true), orange(new SpotOverCMYK(OrangeRecipe()), true);
+    TKLinkRef shared = TKNewTKLink16Ref();
+    TKTrafoRef pressRef = NewRef(press.Get(), false), orangeRef = NewRef(orange.Get(), false);
+    ASSERT_EQ(TKColorTrafo2Link16(shared, orangeRef, 1), 0);
+    MCLink link;
+    TKTrafoRef members[2] = {pressRef, shared};
+    ASSERT_EQ(TKTrafos2MCLink(link.ref, 2, members, nullptr), 0);
+    uint16_t pixel[5] = {1000, 2000, 3000, 4000, 5000}, out[4];
+    EXPECT_EQ(TKLink16Match(link.ref, 1, pixel, out, 0, 0, nullptr, nullptr), 0);
+    TKRefPtr<TKTrafo> rgb(new Fixed34, true);
+    ASSERT_EQ(TKColorTrafo2Link16(shared, pressRef, 1), 0);  // now CMYK to CMYK: still fits
+    EXPECT_EQ(TKLink16Match(link.ref, 1, pixel, out, 0, 0, nullptr, nullptr), 0);
+    EXPECT_EQ(TKGetTrafoSrcDim(link.ref), 4);
+    TKTrafoRef rgbRef = NewRef(rgb.Get(), false);
+    ASSERT_EQ(TKColorTrafo2Link16(shared, rgbRef, 1), 0);  // 3 channels: fewer than CMYK
+    EXPECT_EQ(TKLink16Match(link.ref, 1, pixel, out, 0, 0, nullptr, nullptr), ArgErr);
+    for (TKTrafoRef ref : {pressRef, orangeRef, rgbRef, shared}) FreeRef(ref);
 }
