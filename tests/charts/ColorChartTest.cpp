@@ -145,6 +145,9 @@ TEST(ColorChart, ConvertMeasuredFromTheBestSource) {
     for (int32_t c = 0; c < 3; ++c) EXPECT_NEAR(lab(0, c), expected[c], 1e-12);
     EXPECT_NEAR(lab(0, 0), 76.07, 0.05) << "L* of Y = 50 (CIE 15: 116 * 0.5^(1/3) - 16)";
     EXPECT_NEAR(lab(0, 1), 0, 0.5);
+    chart.SetMatrix(Rows(TKLChSpace, {{1, 2, 3}}));
+    chart.ConvertMeasured(TKLChSpace);
+    EXPECT_EQ(chart.Matrix(TKLChSpace), Rows(TKLChSpace, {{1, 2, 3}})) << "measured values of the type stay";
     EXPECT_TKERROR(chart.ConvertMeasured(TKCMYKSpace), WrongDataType);
     TKColorChart deviceOnly(Rows(TKCMYKSpace, {{1, 2, 3, 4}}), TKMatrix());
     EXPECT_TKERROR(deviceOnly.ConvertMeasured(TKLabSpace), WrongDataType);

@@ -313,3 +313,27 @@ TEST(IT8Reader, ReferenceFiles) {
     EXPECT_EQ(spectrum.ColorTypes(), std::vector<uint32_t>{TKReflSpace});
     EXPECT_EQ(spectrum.ExtraCount(), 121 - 36) << "the bands off the 10 nm grid stay as text";
 }
+
+// Inputs the fuzzer found: each reads or fails with a code, and what reads writes back alike.
+TEST(IT8Reader, FuzzFindingsStayFixed) {
+    const std::string folder = TestDataPath("charts-fuzz");
+    DIR* dir = opendir(folder.c_str());
+    ASSERT_NE(dir, nullptr);
+    int files = 0;
+    while (dirent* entry = readdir(dir)) {
+        if (entry->d_name[0] == '.') continue;
+        const std::string path = folder + "/" + entry->d_name;
+        SCOPED_TRACE(path);
+        ++files;
+        TKColorChart chart;
+        try {
+            chart.Read(TKFileSpec(path.c_str()));
+        } catch (const TKError& error) {
+            EXPECT_NE(std::string(error.message()).find("line "), std::string::npos) << error.message();
+            continue;
+        }
+        ExpectRoundTrip(chart, path);
+    }
+    closedir(dir);
+    EXPECT_GE(files, 1);
+}

@@ -7,9 +7,11 @@
 #include "color/TKCIEConverter.h"
 #include "color/TKColorTrafo.h"
 #include "color/TKColors.h"
+#include "linearization/TKCMYKBalanceTrafo.h"
 #include "linearization/TKCalcGrayBalanceCurves.h"
 #include "linearization/TKChartPressModel.h"
 #include "linearization/TKGrayBalance.h"
+#include "separation/TKColorSeparation.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -37,17 +39,10 @@ class GrayBalanceErrorTest : public ::testing::Test {};
 // The G7 table's own points, and the ends of every target.
 TEST_F(GrayBalanceTest, TargetCurves) {
     auto g7 = TKNewGrayBalanceCurve(0);
-    ASSERT_TRUE(g7);
-    EXPECT_STREQ(g7->ClassName(), "TKG7Curve");
-    struct Point {
-        double in, out;
-    };
-    for (const Point& p : {Point{0, 0}, Point{49.8, 39.89}, Point{74.9, 66.07}, Point{100, 100}})
-        EXPECT_NEAR(g7->MakeTone(p.in), p.out, 0.05) << p.in;  // read from a 256-sample table
-    EXPECT_STREQ(TKNewGrayBalanceCurve(1)->ClassName(), "TKTR015LegacyCurve");
+    const double points[][2] = {{0, 0}, {49.8, 39.89}, {74.9, 66.07}, {100, 100}};
+    for (const auto& p : points) EXPECT_NEAR(g7->MakeTone(p[0]), p[1], 0.05) << p[0];  // a 256-sample table
     EXPECT_STREQ(TKNewGrayBalanceCurve(2)->ClassName(), "TKTR015Curve");
-    EXPECT_FALSE(TKNewGrayBalanceCurve(3));
-    EXPECT_FALSE(TKNewGrayBalanceCurve(-1));
+    EXPECT_FALSE(TKNewGrayBalanceCurve(3) || TKNewGrayBalanceCurve(-1));
 
     const TKVector paper({93.0, 0.5, -3.0}, TKLabSpace), solid({22.0, 1.5, 2.0}, TKLabSpace);
     for (int32_t type = 0; type < 3; ++type) {
@@ -58,12 +53,8 @@ TEST_F(GrayBalanceTest, TargetCurves) {
         EXPECT_NEAR(end[0], solid[0], 1e-6) << type;
         // G7 and the older reading end neutral; TR 015 ends at the solid's own colour.
         EXPECT_NEAR(end[2], type == 2 ? solid[2] : 0.0, 1e-6) << type;
-        double last = 101.0;
-        for (int32_t v = 0; v <= 100; v += 5) {
-            const double lightness = curve->TargetColor(v, paper, solid)[0];
-            EXPECT_LT(lightness, last) << type << " at " << v;
-            last = lightness;
-        }
+        for (int32_t v = 5; v <= 100; v += 5)
+            EXPECT_LT(curve->TargetColor(v, paper, solid)[0], curve->TargetColor(v - 5, paper, solid)[0]) << type << v;
     }
     // Density: Y 10 is a density of 1.
     EXPECT_NEAR(g7->ToDensity(10.0), 1.0, 1e-12);
@@ -185,6 +176,25 @@ TEST_F(GrayBalanceErrorTest, RefusedInputs) {
     TKRefPtr<TKColorLinearization> rgb(new TKColorLinearization(TKRGBSpace), true);
     EXPECT_TKERROR(TKOptimizeGrayBalance(chart.device, chart.measured).Calc(rgb.Get()), ArgErr);
     EXPECT_TRUE(rgb->IsIdentity());
+}
+
+}  // namespace
+
+namespace {
+
+// Re-balancing keeps the CMY equivalent of a colour and moves its gray between CMY and black.
+TEST(CMYKBalanceTest, MovesGrayBetweenInksAndBlack) {
+    const TKVector gray({60.0, 50.0, 50.0, 20.0}, TKCMYKSpace);
+    TKRefPtr<TKCMYKBalanceTrafo> none(new TKCMYKBalanceTrafo(0.0), true), most(new TKCMYKBalanceTrafo(0.8), true);
+    const TKVector cmyOnly = none->Trafo(gray), blackHeavy = most->Trafo(gray);
+    EXPECT_NEAR(cmyOnly[3], 0.0, 1e-9);
+    EXPECT_GT(blackHeavy[3], gray[3]);
+    EXPECT_LT(blackHeavy[1], gray[1]);
+    // Read back with the balance it was made with, the result is the original's CMY equivalent.
+    TKBalanceSeparation own(0.0);
+    own.SetBalanceFrom(gray);
+    EXPECT_LT(TKBalanceSeparation(0.8).CMYKOfBlack(blackHeavy).Distance(own.CMYKOfBlack(gray)), 1e-6);
+    EXPECT_TKERROR(TKCMYKBalanceTrafo(1.5), ArgErr);
 }
 
 }  // namespace
