@@ -206,7 +206,8 @@ TEST(ChartFieldNames, BothWays) {
 
     const Case recognised[] = {
         {TKLabSpace, 1, "lab_a"}, {TKReflSpace, 0, "SPEC_380"}, {TKReflSpace, 2, "nm400"}, {TKEmisSpace, 35, "E_730"}, {TKReflSpace, 2, "T_400"},
-        {0, 0, "SPEC_385"}, {0, 0, "SPEC_3800"}, {0, 0, "SPEC_740"}, {0, 0, "RGB_I"}, {0, 0, "SAMPLE_XYZ"},
+        {TKReflSpace, 1, "SPEC_390000"}, {0, 0, "SPEC_385"}, {0, 0, "SPEC_3800"}, {0, 0, "SPEC_740"},
+        {0, 0, "SPEC_380500"}, {0, 0, "SPEC_438000"}, {0, 0, "RGB_I"}, {0, 0, "SAMPLE_XYZ"},
     };
     for (const Case& c : recognised) {
         const TKChartFieldMeaning m = TKChartRecogniseField(c.name);
