@@ -122,6 +122,16 @@ ErrorFigures Measure(TKLinkRef link, const TKTrafo& exact, double spotShare, int
     return {sum / errors.size(), errors[size_t(errors.size() * 0.95)], errors.back()};
 }
 
+// RGB to CMYK at a fixed grey: a member with fewer source channels than CMYK.
+class Fixed34 : public TKTrafo {
+public:
+    int32_t GetSrcDim() const override { return 3; }
+    int32_t GetDstDim(int32_t) const override { return 4; }
+    int32_t GetSrcType() const override { return int32_t(TKRGBSpace); }
+    int32_t GetDstType(int32_t) const override { return kCMYK; }
+    TKVector Trafo(const TKVector&) const override { return TKVector({50.0, 40.0, 40.0, 10.0}, kCMYK); }
+};
+
 class MCLinkExports : public ::testing::Test {};
 
 }  // namespace
@@ -297,4 +307,69 @@ TEST_F(MCLinkExports, TrafosAndLinksMakeMergeLinksWithinTheChannelLimit) {
     EXPECT_EQ(TKTrafos2MCLink(link.ref, 4, many, nullptr), InvalidTrafo);
     EXPECT_EQ(link.Object()->GetMemberCount(), 0);
     for (TKTrafoRef ref : {refs[0], refs[2], sharedRef, wideRef}) FreeRef(ref);
+}
+
+namespace {
+
+struct Reports {
+    std::vector<int32_t> positions;
+    int32_t answer = 0;
+};
+int32_t Record(int32_t position, int32_t total, void* userData) {
+    auto* reports = static_cast<Reports*>(userData);
+    reports->positions.push_back(total == 1000 ? position : -1);
+    return reports->answer;
+}
+
+}  // namespace
+
+// Long runs report progress through the host's callback, with spots and without; a callback that
+// answers Cancel stops the match with that code and stores no error.
+TEST_F(MCLinkExports, ProgressAndCancelReachTheHost) {
+    const Profiles& p = JobProfiles();
+    MCLink link;
+    Specs specs({p.press, p.orange, p.green});
+    const int32_t gridBits[] = {4, 3, 3};
+    ASSERT_EQ(TKDLProfiles2MCLink16(link.ref, specs.Count(), specs.Data(), gridBits), 0);
+    constexpr int32_t kCount = 300000;
+    for (bool spots : {false, true}) {
+        std::vector<uint16_t> in(size_t(6) * kCount, 0x4000), out(size_t(4) * kCount);
+        if (!spots) std::fill(in.begin() + 4 * size_t(kCount), in.end(), uint16_t(0));
+        const void* src[6];
+        void* dst[4];
+        for (int32_t c = 0; c < 6; ++c) src[c] = in.data() + size_t(c) * kCount;
+        for (int32_t o = 0; o < 4; ++o) dst[o] = out.data() + size_t(o) * kCount;
+        Reports reports;
+        ASSERT_EQ(TKLink16MatchPlanes(link.ref, kCount, src, dst, 1, 1, Record, &reports), 0);
+        ASSERT_FALSE(reports.positions.empty()) << spots;
+        EXPECT_TRUE(std::is_sorted(reports.positions.begin(), reports.positions.end())) << spots;
+        EXPECT_GE(reports.positions.front(), 0);
+        EXPECT_LE(reports.positions.back(), 1000);
+        reports = Reports{{}, Cancel};
+        MarkLastError();
+        EXPECT_EQ(TKLink16MatchPlanes(link.ref, kCount, src, dst, 1, 1, Record, &reports), Cancel) << spots;
+        EXPECT_EQ(reports.positions.size(), 1u);
+        EXPECT_TRUE(LastErrorIsMarker());
+    }
+}
+
+// A shared member calculated anew into other channels makes the merge link refuse pixels.
+TEST_F(MCLinkExports, ASharedMemberChangedLaterIsNoLongerMatched) {
+    TKRefPtr<TKTrafo> press(new PressCMYK, true), orange(new SpotOverCMYK(OrangeRecipe()), true);
+    TKLinkRef shared = TKNewTKLink16Ref();
+    TKTrafoRef pressRef = NewRef(press.Get(), false), orangeRef = NewRef(orange.Get(), false);
+    ASSERT_EQ(TKColorTrafo2Link16(shared, orangeRef, 1), 0);
+    MCLink link;
+    TKTrafoRef members[2] = {pressRef, shared};
+    ASSERT_EQ(TKTrafos2MCLink(link.ref, 2, members, nullptr), 0);
+    uint16_t pixel[5] = {1000, 2000, 3000, 4000, 5000}, out[4];
+    EXPECT_EQ(TKLink16Match(link.ref, 1, pixel, out, 0, 0, nullptr, nullptr), 0);
+    TKRefPtr<TKTrafo> rgb(new Fixed34, true);
+    ASSERT_EQ(TKColorTrafo2Link16(shared, pressRef, 1), 0);  // now CMYK to CMYK: still fits
+    EXPECT_EQ(TKLink16Match(link.ref, 1, pixel, out, 0, 0, nullptr, nullptr), 0);
+    EXPECT_EQ(TKGetTrafoSrcDim(link.ref), 4);
+    TKTrafoRef rgbRef = NewRef(rgb.Get(), false);
+    ASSERT_EQ(TKColorTrafo2Link16(shared, rgbRef, 1), 0);  // 3 channels: fewer than CMYK
+    EXPECT_EQ(TKLink16Match(link.ref, 1, pixel, out, 0, 0, nullptr, nullptr), ArgErr);
+    for (TKTrafoRef ref : {pressRef, orangeRef, rgbRef, shared}) FreeRef(ref);
 }
