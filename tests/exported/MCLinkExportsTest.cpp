@@ -5,9 +5,12 @@
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
+
+#include <unistd.h>
 
 #include "exported/TintaraMCLink.h"
 #include "foundation/TKHandle.h"
@@ -26,8 +29,13 @@ namespace {
 void MarkLastError() { TKError marker(MathErr, "marker"); }
 bool LastErrorIsMarker() { return TKError::LastError().code() == MathErr; }
 
+// Test programs run side by side: each writes its own files.
+std::string TempPath(const std::string& name) {
+    return ::testing::TempDir() + std::to_string(getpid()) + "-" + name;
+}
+
 std::string WriteLinkProfile(const std::string& name, TKTrafo* trafo, int32_t grid) {
-    const std::string path = ::testing::TempDir() + name;
+    const std::string path = TempPath(name);
     TKMakeDeviceLinkProfile(*trafo, grid, name.c_str())->WriteFile(TKFileSpec(TKString(path.c_str())));
     return path;
 }
@@ -40,6 +48,9 @@ struct Profiles {
         this->press = WriteLinkProfile("TKMCPress.icc", press.Get(), 17);
         this->orange = WriteLinkProfile("TKMCOrange.icc", orange.Get(), 9);
         this->green = WriteLinkProfile("TKMCGreen.icc", green.Get(), 9);
+    }
+    ~Profiles() {
+        for (const std::string* path : {&press, &orange, &green}) std::remove(path->c_str());
     }
     std::string press, orange, green;
 };
@@ -223,13 +234,14 @@ TEST_F(MCLinkExports, BadInputGivesItsCodeAndNoHalfBuiltLink) {
     const Profiles& p = JobProfiles();
     const std::string rgbLink = TestDataPath("icc/sRGB-to-FOGRA39-link-v2.icc");
     // A member profile cut short in its table.
-    const std::string damaged = ::testing::TempDir() + "TKMCDamaged.icc";
+    const std::string damaged = TempPath("TKMCDamaged.icc");
     {
         std::ifstream in(p.orange, std::ios::binary);
         std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
         std::ofstream(damaged, std::ios::binary) << bytes.substr(0, bytes.size() / 2);
     }
-    TKLinkRef plain = TKNewTKLink16Ref();
+    std::unique_ptr<TKHandleTrafo, void (*)(TKLinkRef)> plainLink(TKNewTKLink16Ref(), TKFreeTKLink16Ref);
+    TKLinkRef plain = plainLink.get();
     const int32_t bits7[] = {0, 7}, bitsLow[] = {-8, 0}, bitsOk[] = {0, 0, 0};
     struct Row {
         const char* name;
@@ -270,7 +282,6 @@ TEST_F(MCLinkExports, BadInputGivesItsCodeAndNoHalfBuiltLink) {
             EXPECT_EQ(TKLink16Match(link.ref, 1, pixel, out, 0, 0, nullptr, nullptr), ArgErr) << row.name;
         }
     }
-    TKFreeTKLink16Ref(plain);
     std::remove(damaged.c_str());
 }
 
