@@ -52,9 +52,17 @@ void TKMCMergeLinkGenericTrafo::AddMember(TKLinkGenericTrafo* link, bool owned) 
 
 bool TKMCMergeLinkGenericTrafo::CanMatch() const {
     if (fState != kReady || fMembers.empty()) return false;
-    for (const auto& member : fMembers)
-        if (!member || member->GetSrcDim() < 1 || !member->Nodes()) return false;
-    return true;
+    // A shared member may have been calculated anew since it was added: the chain is checked
+    // again, so that no call sees more channels than a host's arrays hold.
+    const int32_t o = fMembers.front() ? fMembers.front()->GetDstDim() : 0;
+    int32_t channels = 0;
+    for (size_t i = 0; i < fMembers.size(); ++i) {
+        const TKLinkGenericTrafo* member = fMembers[i].Get();
+        if (!member || member->GetSrcDim() < 1 || !member->Nodes() || member->GetDstDim() != o) return false;
+        if (i > 0 && member->GetSrcDim() < o) return false;
+        channels += i == 0 ? member->GetSrcDim() : member->GetSrcDim() - o;
+    }
+    return channels <= kMaxChannels;
 }
 
 void TKMCMergeLinkGenericTrafo::TrafoPixels8(int32_t count, const uint8_t* const* src, uint8_t* const* dst,

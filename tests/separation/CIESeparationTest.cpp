@@ -97,6 +97,44 @@ TEST_F(CIESeparationTest, StartsTheSearch) {
     EXPECT_GE(met, 15);
 }
 
+// Six inks: CMYK plus orange and green, each ink darkening and tinting the paper.
+class SixInkModel : public TKTrafo {
+public:
+    int32_t GetSrcDim() const override { return 6; }
+    int32_t GetDstDim(int32_t) const override { return 3; }
+    int32_t GetSrcType() const override { return int32_t(GetDeviceType(6)); }
+    int32_t GetDstType(int32_t) const override { return int32_t(TKLabSpace); }
+    TKVector Trafo(const TKVector& x) const override {
+        static const double ink[6][3] = {{0.35, -35, -50}, {0.45, 75, -5}, {0.1, -5, 90}, {0.85, 0, 0},
+                                         {0.3, 55, 65}, {0.4, -70, 30}};
+        double l = 100.0, a = 0.0, b = 0.0;
+        for (int32_t i = 0; i < 6; ++i) {
+            const double share = x[i] / 100.0;
+            l *= 1.0 - ink[i][0] * share;
+            a += ink[i][1] * share * (1.0 - 0.3 * a / 100.0);
+            b += ink[i][2] * share * (1.0 - 0.3 * b / 100.0);
+        }
+        return TKVector({l, a, b}, int32_t(TKLabSpace));
+    }
+};
+
+// For more than four inks the inverse makes its own CIE separation, and a start that asks for
+// much of an extra ink the colour does not need is held near the separated amount.
+TEST_F(CIESeparationTest, ManyInkInversesSeparateTheirStart) {
+    TKInvColorTrafoOptimizeCMY inverse(nullptr, new SixInkModel(), true);
+    EXPECT_FALSE(inverse.GetCIESeparation());
+    const TKVector target({60.0, 0.0, 0.0}, int32_t(TKLabSpace));
+    TKVector start(6, int32_t(GetDeviceType(6)), 100.0);
+    inverse.SetStartVector(start);
+    const TKVector found = inverse.Trafo(target);
+    ASSERT_TRUE(inverse.GetCIESeparation());
+    const TKVector separated = inverse.GetCIESeparation()->Trafo(target);
+    for (int32_t c = 4; c < 6; ++c) {
+        const double v = separated[c];
+        EXPECT_NEAR(found[c], std::min(100.0, 1.3 * v + 20.0 - 0.005 * v * v), 1e-9) << c;
+    }
+}
+
 TEST(CIESeparationErrorTest, BadInput) {
     EXPECT_TKERROR(TKInvColorTrafoCIESeparation(nullptr, Fogra39A2B().Get(), nullptr, false), PtrInvalid);
     EXPECT_TKERROR(TKCIESeparation(4, TKCMYKSpace), ArgErr);
