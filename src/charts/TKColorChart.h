@@ -139,6 +139,12 @@ public:
     // CIE type.
     void ConvertMeasured(uint32_t type);
 
+    // The data base form: "DCSType" and "CIEType" (signatures), "Name", "ImportDate",
+    // "ChannelNames" (";" between names) and "Data" with sections "DCS" and "CIE" of one entry
+    // per sample holding its values. FormatErr names the entry that does not read.
+    static TKRefPtr<TKColorChart> FromDataBase(const TKDataBase& base);
+    TKRefPtr<TKDataBase> ToDataBase() const;
+
     // Equal samples, colour values, texts, fields, keywords and further tables. The first
     // difference is described in `difference` if given.
     bool SameContent(const TKColorChart& other, TKString* difference = nullptr) const;

@@ -116,15 +116,17 @@ std::string_view TKIT8Lexer::RestOfLine(int32_t* line) {
 }
 
 void TKIT8Lexer::Unquote(std::string_view token, std::string& out) {
+    // Zero bytes are dropped: texts end at them everywhere else in the engine.
     out.clear();
     if (token.size() < 2 || token.front() != '"' || token.back() != '"') {
-        out.assign(token.data(), token.size());
+        for (char c : token)
+            if (c) out.push_back(c);
         return;
     }
     out.reserve(token.size() - 2);
     for (size_t i = 1; i + 1 < token.size(); ++i) {
         if (token[i] == '\\' && i + 2 < token.size() && (token[i + 1] == '"' || token[i + 1] == '\\')) ++i;
-        out.push_back(token[i]);
+        if (token[i]) out.push_back(token[i]);
     }
 }
 

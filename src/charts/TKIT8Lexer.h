@@ -37,7 +37,8 @@ public:
     // decimal point, which some instruments write in their locale.
     static bool ParseNumber(std::string_view token, double& value);
 
-    // The token without its quotes and with \" and \\ turned into " and \, into `out`.
+    // The token without its quotes, with \" and \\ turned into " and \ and without zero bytes,
+    // into `out`.
     static void Unquote(std::string_view token, std::string& out);
 
     // Raises `code` with "line %d: " and the message.
