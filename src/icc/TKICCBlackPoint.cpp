@@ -7,6 +7,7 @@
 
 #include "color/TKCIEConverter.h"
 #include "color/TKColors.h"
+#include "color/TKInvColorTrafo.h"
 #include "icc/TKICCTrafoBuilder.h"
 #include "io/TKGlobalData.h"
 
@@ -55,6 +56,18 @@ double RootOfFit(const double c[3]) {
 
 }  // namespace
 
+TKVector TKICCTrafoBuilder::DarkestInks() {
+    // The inks nearest to Lab 0 by search against the perceptual forward table, started from
+    // what the perceptual B2A table makes of black: a table's guess can miss the darkest corner.
+    // The forward table also answers for ink sums no press carries, so the search stays within
+    // the largest total the profile's own B2A table uses.
+    double maxInk = 0.0;
+    GetDeviceBlackPoint(0, &maxInk);
+    TKRefPtr<TKInvColorTrafo> search(new TKInvColorTrafo(GetB2ATrafo(0).Get(), GetA2BTrafo(0).Get(), false), true);
+    if (maxInk > 0.0) search->SetLimitTrafo(new TKTotalInkCapTrafo(maxInk), true);
+    return search->Trafo(Lab(0.0, 0.0, 0.0));
+}
+
 TKVector TKICCTrafoBuilder::GetMediaBlackPoint(int32_t b2aIntent, int32_t a2bIntent) {
     if (!PCSIsCIE() || fProfile->GetHeader().deviceClass == TKICCSig("scnr")) return TKVector(3, kXYZ);
     TKRefPtr<TKTrafo> b2a = GetB2ATrafo(b2aIntent);
@@ -93,8 +106,7 @@ TKVector TKICCTrafoBuilder::GetBlackPointForBPC(int32_t intent, TKTrafo* chart, 
     TKRefPtr<TKTrafo> a2b = GetA2BTrafo(intent);
     TKVector dark;
     if (fProfile->GetHeader().deviceClass == TKICCSig("prtr") && GetChannelCount(space) > 3) {
-        // The inks the perceptual table gives for the darkest Lab: what the printer makes of black.
-        dark = GetB2ATrafo(0)->Trafo(Lab(0.0, 0.0, 0.0));
+        dark = DarkestInks();
     } else if (IsCIESpace(space)) {
         dark = Lab(0.0, 0.0, 0.0);
     } else {
@@ -113,7 +125,7 @@ TKVector TKICCTrafoBuilder::GetBlackPointForBPCOld(int32_t intent, TKTrafo* char
     const uint32_t space = ColorSpace();
     TKRefPtr<TKTrafo> a2b = GetA2BTrafo(intent);
     TKVector dark = fProfile->GetHeader().deviceClass == TKICCSig("prtr") && GetChannelCount(space) > 3
-                        ? GetB2ATrafo(0)->Trafo(Lab(0.0, 0.0, 0.0))
+                        ? DarkestInks()
                         : GetBlack(space, 1);
     if (IsCIESpace(space)) dark = ConvertColor(space, Lab(0.0, 0.0, 0.0));
     if (chart) dark = chart->Trafo(dark);

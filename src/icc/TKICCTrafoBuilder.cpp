@@ -6,6 +6,7 @@
 #include "color/TKColor2NormTrafo.h"
 #include "color/TKColors.h"
 #include "color/TKIntents.h"
+#include "color/TKInvColorTrafo.h"
 #include "color/TKWhiteXYZTrafo.h"
 #include "link/TKLinkGridChoice.h"
 #include "numeric/TKTrafoLutTrafo.h"
@@ -181,10 +182,11 @@ TKRefPtr<TKTrafo> TKICCTrafoBuilder::GetA2BTrafo(int32_t intent, int32_t gridCod
 }
 
 TKRefPtr<TKTrafo> TKICCTrafoBuilder::GetB2ATrafo(int32_t intent, int32_t gridCode, int32_t* outGrid) {
-    // A refined inverse needs the numerical inversion of colour trafos; rather than hand out the
-    // plain table as if it were refined, the request is refused.
-    if (intent != kHeaderIntent && (intent & kRefineBit)) TKThrowMsg(FeatureMissing, "refined B2A inverse");
-    return ByIntent(Direction::kB2A, intent, gridCode, outGrid);
+    TKRefPtr<TKTrafo> b2a = ByIntent(Direction::kB2A, intent, gridCode, outGrid);
+    if (intent == kHeaderIntent || !(intent & kRefineBit)) return b2a;
+    // The table gives the start; a search against the forward table of the same intent refines it.
+    TKRefPtr<TKTrafo> a2b = ByIntent(Direction::kA2B, intent, kOwnGrid, nullptr);
+    return TKRefPtr<TKTrafo>(new TKInvColorTrafo(b2a.Get(), a2b.Get(), false), true);
 }
 
 // A grid of `grid` points per channel sampled from the trafo, CIE sides sampled in Lab.

@@ -30,7 +30,8 @@ public:
 
     // ---- Trafos by intent ----
     // See the source for the grid rules. TrafoCreationErr when nothing could be built;
-    // GetB2ATrafo refuses the refine bit with FeatureMissing until refined inverses exist.
+    // With kRefineBit, GetB2ATrafo gives a TKInvColorTrafo that starts from the B2A table and
+    // searches against the A2B table of the same intent.
     TKRefPtr<TKTrafo> GetA2BTrafo(int32_t intent, int32_t gridCode = kOwnGrid, int32_t* outGrid = nullptr);
     TKRefPtr<TKTrafo> GetB2ATrafo(int32_t intent, int32_t gridCode = kOwnGrid, int32_t* outGrid = nullptr);
     TKRefPtr<TKTrafo> GetA2B0Trafo(int32_t intent);
@@ -73,6 +74,8 @@ public:
     TKVector GetBlackPointForBPC(int32_t intent, TKTrafo* chart, bool neutral);
     TKVector GetBlackPointForBPCWithTable(int32_t intent, TKTrafo* chart, bool neutral);
     TKVector GetBlackPointForBPCOld(int32_t intent, TKTrafo* chart, bool neutral);
+    // The inks of a printer's darkest colour, by inverse search from Lab 0.
+    TKVector DarkestInks();
     TKVector GetBlackPointForBPCWithTableOld(int32_t intent, TKTrafo* chart, bool neutral);
 
     // ---- Helpers shared by the family ----

@@ -76,6 +76,8 @@ bool TKCalcGrayBalanceCurves::IsRGB() const { return fType == TKRGBSpace; }
 
 void TKCalcGrayBalanceCurves::SetCurveType(int32_t type) { fCurve = TKNewGrayBalanceCurve(type); }
 
+void TKCalcGrayBalanceCurves::SetCurve(TKGrayBalanceCurve* curve) { fCurve.Reset(curve, false); }
+
 void TKCalcGrayBalanceCurves::SetLimits(const TKVector& limits) {
     TKVector result(fChannels, 0, 100.0);
     if (!IsRGB())

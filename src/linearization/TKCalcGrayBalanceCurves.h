@@ -32,6 +32,8 @@ public:
 
     // 0 G7, 1 older TR 015, 2 TR 015; any other number leaves no curve, and Calc fails.
     virtual void SetCurveType(int32_t type);
+    // A target of the caller's; null leaves no curve.
+    virtual void SetCurve(TKGrayBalanceCurve* curve);
     // The largest value of each channel (percent), extended with 100; fixed 100, 100, 100 for
     // RGB. ArgErr for a limit not above 0 or above 100.
     virtual void SetLimits(const TKVector& limits);

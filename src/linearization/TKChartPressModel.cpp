@@ -36,8 +36,9 @@ TKChartPressModel::TKChartPressModel(const TKMatrix& device, const TKMatrix& mea
     for (int32_t c = 0; c < fChannels; ++c) {
         TKVector solid = white;
         solid[c] = GetChannelMax(fType, c);
-        if (!ReadWedge(solid, fInks[size_t(c)]) && c < 3)
-            TKThrowMsg(NoMeasurementData, "the chart lacks the wedge of a chromatic ink");
+        if (ReadWedge(solid, fInks[size_t(c)])) continue;
+        if (c < 3) TKThrowMsg(NoMeasurementData, "the chart lacks the wedge of a chromatic ink");
+        fInks[size_t(c)] = Wedge();
     }
     TKVector grayEnd = white;
     for (int32_t c = 0; c < 3; ++c) grayEnd[c] = GetChannelMax(fType, c);
@@ -82,6 +83,10 @@ TKVector TKChartPressModel::Uncorrected(const TKVector& source) const {
         for (int32_t k = 0; k < 3; ++k) xyz[k] *= alone[k] / fPaper[k];
     }
     return xyz;
+}
+
+bool TKChartPressModel::HasWedge(int32_t channel) const {
+    return channel >= 0 && channel < fChannels && !fInks[size_t(channel)].position.empty();
 }
 
 int32_t TKChartPressModel::GetDstType(int32_t) const { return int32_t(TKXYZSpace); }

@@ -20,6 +20,9 @@ public:
     // or without three steps of the gray wedge. A missing black wedge leaves black without effect.
     TKChartPressModel(const TKMatrix& device, const TKMatrix& measured);
 
+    // True when the chart had a wedge of the channel.
+    bool HasWedge(int32_t channel) const;
+
     int32_t GetSrcDim() const override { return fChannels; }
     int32_t GetDstDim(int32_t) const override { return 3; }
     int32_t GetSrcType() const override { return int32_t(fType); }

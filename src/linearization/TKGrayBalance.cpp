@@ -1,8 +1,11 @@
 // Gray balance and its refinement from measured charts.
 #include "linearization/TKGrayBalance.h"
 
+#include <algorithm>
+#include <cmath>
 #include <vector>
 
+#include "color/TKCIEConverter.h"
 #include "color/TKColors.h"
 #include "linearization/TKCalcGrayBalanceCurves.h"
 #include "linearization/TKChartPressModel.h"
@@ -27,9 +30,11 @@ void TKGrayBalance::Calc(TKColorLinearization* linearization) {
     if (!linearization) return;
     TKRefPtr<TKChartPressModel> model(new TKChartPressModel(fDevice, fMeasured), true);
     TKCalcGrayBalanceCurves solver(model.Get());
-    solver.SetCurveType(fCurveType);
+    solver.SetCurve(MakeTarget().Get());
     if (!fLimits.IsEmpty()) solver.SetLimits(fLimits);
-    solver.Solve(fFlags);
+    // Black cannot be solved where the chart shows no black wedge: it keeps the gray step.
+    const int32_t flags = fFlags == 0 ? 15 : fFlags;
+    solver.Solve(model->HasWedge(3) ? flags : flags & ~TKCalcGrayBalanceCurves::kSolveBlack);
     // Everything that can fail has run: only now are the caller's curves touched.
     PrepareLinearization(linearization);
     std::vector<double> x, y;
@@ -44,10 +49,46 @@ void TKGrayBalance::Calc(TKColorLinearization* linearization) {
     }
 }
 
+TKRefPtr<TKGrayBalanceCurve> TKGrayBalance::MakeTarget() const { return TKNewGrayBalanceCurve(fCurveType); }
+
 void TKGrayBalance::StoreChannel(int32_t channel, const TKVector& x, const TKVector& y,
                                  TKColorLinearization* linearization) {
     if (!linearization) return;
     TKCalcGrayBalanceCurves::StoreCurve(linearization->GetCurveRef(channel), Values(x), Values(y));
+}
+
+namespace {
+// Targets read from a table of Lab colours at equal gray steps.
+class TKTableGrayCurve : public TKGrayBalanceCurveBase {
+public:
+    explicit TKTableGrayCurve(const TKMatrix& lab) : fLab(lab) {}
+    TKVector TargetColor(double value, const TKVector&, const TKVector&) const override {
+        const double p = std::clamp(value, 0.0, 100.0) / 100.0 * double(fLab.GetHeight() - 1);
+        const int32_t i = std::min(int32_t(p), fLab.GetHeight() - 2);
+        TKVector lab = fLab.GetRow(i);
+        const TKVector next = fLab.GetRow(i + 1);
+        for (int32_t c = 0; c < 3; ++c) lab[c] += (p - double(i)) * (next[c] - lab[c]);
+        return lab;
+    }
+
+private:
+    TKMatrix fLab;
+};
+}  // namespace
+
+TKCIEGrayBalance::TKCIEGrayBalance(const TKMatrix& device, const TKMatrix& measured, const TKMatrix& targets)
+    : TKGrayBalance(device, measured) {
+    const uint32_t type = uint32_t(targets.GetType());
+    if (targets.GetHeight() < 2 || !IsCIESpace(type) || GetChannelCount(type) != targets.GetWidth())
+        TKThrowMsg(ArgErr, "gray targets need two or more CIE colours");
+    for (int32_t r = 0; r < targets.GetHeight(); ++r)
+        for (int32_t c = 0; c < targets.GetWidth(); ++c)
+            if (!std::isfinite(targets(r, c))) TKThrowMsg(ArgErr, "gray targets must be finite");
+    ConvertColors(fTargets, TKLabSpace, targets);
+}
+
+TKRefPtr<TKGrayBalanceCurve> TKCIEGrayBalance::MakeTarget() const {
+    return TKRefPtr<TKGrayBalanceCurve>(new TKTableGrayCurve(fTargets), true);
 }
 
 void TKOptimizeGrayBalance::PrepareLinearization(TKColorLinearization* linearization) {

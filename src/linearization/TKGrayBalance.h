@@ -7,6 +7,7 @@
 #include <cstdint>
 
 #include "linearization/TKCalcColorLinearization.h"
+#include "linearization/TKGrayBalanceCurve.h"
 
 class TKGrayBalance : public TKCalcColorLinearization {
 public:
@@ -28,11 +29,27 @@ public:
 protected:
     // Makes the linearization ready to take the new curves; the base starts fresh.
     virtual void PrepareLinearization(TKColorLinearization* linearization);
+    // The gray target the steps are solved for; null for an unknown curve type.
+    virtual TKRefPtr<TKGrayBalanceCurve> MakeTarget() const;
 
 private:
     int32_t fCurveType = 0;
     int32_t fFlags = 15;
     TKVector fLimits;
+};
+
+// Gray balance towards targets given as colours: row i of the table (any CIE type) is the
+// neutral wanted at gray step 100 i / (rows - 1); steps between are interpolated in Lab.
+class TKCIEGrayBalance : public TKGrayBalance {
+public:
+    // ArgErr for fewer than two targets, a table that is no CIE colour, or NaN in it.
+    TKCIEGrayBalance(const TKMatrix& device, const TKMatrix& measured, const TKMatrix& targets);
+
+protected:
+    TKRefPtr<TKGrayBalanceCurve> MakeTarget() const override;
+
+private:
+    TKMatrix fTargets;  // "Lab "
 };
 
 class TKOptimizeGrayBalance : public TKGrayBalance {

@@ -5,6 +5,7 @@
 #include "link/TKLinkGenericTrafo.h"
 #include "link/TKLinkGridChoice.h"
 #include "link/TKLinkStages.h"
+#include "numeric/TKRefVectorTrafo.h"
 
 namespace {
 
@@ -30,6 +31,14 @@ bool TableFitsGrid(int32_t g, int32_t grid) {
 }
 
 int32_t ListDstType(const TKTrafoList& list, int32_t srcType) { return list.GetDstType(srcType); }
+
+// A member that hands each colour aside to a later member binds the chain: split into curves
+// and grid, the later member would see the colours the curves were sampled with instead.
+bool HandsColoursAside(const TKTrafoList& list) {
+    for (int32_t i = 0; i < list.GetCount(); ++i)
+        if (TKCast<TKSetRefVectorTrafo>(list.GetTrafo(i), "TKSetRefVectorTrafo")) return true;
+    return false;
+}
 
 }  // namespace
 
@@ -60,10 +69,11 @@ void TKLinkGenericTrafo::SplitTrafo(TKTrafo* trafo, TKTrafoList& front, TKTrafoL
     const int32_t dstType = trafo->GetDstType(srcType);
     const int32_t grid = DefaultGrid(srcDim, quality);
     TKRefPtr<TKTrafoList> work = Flatten(trafo);
+    const bool bound = HandsColoursAside(*work);
 
     // 1. Front curves, from the start, as long as members keep their channels apart.
     int32_t dim = srcDim > 0 ? srcDim : GetTypeChannels(srcType);
-    while (work->GetCount() > 0) {
+    while (!bound && work->GetCount() > 0) {
         TKTrafo* member = work->GetTrafo(0);
         if (!member || !IsCurveStage(*member, dim)) break;
         if (!TableFitsGrid(member->GetInfo(kInfoGridPoints), grid)) break;
@@ -72,7 +82,7 @@ void TKLinkGenericTrafo::SplitTrafo(TKTrafo* trafo, TKTrafoList& front, TKTrafoL
     }
     // 2. Back curves, from the end.
     const int32_t outDim = trafo->GetDstDim(srcDim > 0 ? srcDim : dim);
-    while (work->GetCount() > 0) {
+    while (!bound && work->GetCount() > 0) {
         TKTrafo* member = work->GetTrafo(work->GetCount() - 1);
         const int32_t memberDim = member && member->GetSrcDim() > 0 ? member->GetSrcDim() : outDim;
         if (!member || !IsCurveStage(*member, memberDim)) break;

@@ -30,6 +30,18 @@ int main(void) {
     TKFileSpec2Name(spec, out, 4);
     check(memcmp(out, "long#", 5) == 0, "a 4-byte buffer gets 4 bytes and no terminator");
     fill(out, sizeof out);
+    TKFileSpec2Name(spec, out, 8);
+    check(memcmp(out, "long.txt#", 9) == 0, "8 characters in 8 bytes: still no terminator");
+    fill(out, sizeof out);
+    TKFileSpec2Name(spec, out, 9);
+    check(memcmp(out, "long.txt\0#", 10) == 0, "one byte more holds the terminator");
+    fill(out, sizeof out);
+    TKFileSpec2FullName(spec, out, 3);
+    check(memcmp(out, "/a/#", 4) == 0, "the full name truncates alike");
+    TKName2FileSpec(spec, "/tmp/Farbr\xC3\xA4ume.icc");
+    TKFileSpec2Name(spec, out, (int32_t)sizeof out);
+    check(strcmp(out, "Farbr\xC3\xA4ume.icc") == 0, "UTF-8 passes unchanged");
+    fill(out, sizeof out);
     TKFileSpec2Name(spec, out, 0);
     check(out[0] == '#', "size 0 writes nothing");
     fill(out, sizeof out);

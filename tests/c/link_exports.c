@@ -90,7 +90,12 @@ int main(int argc, char** argv) {
     /* Memory: ask for the size, refuse a buffer one byte short, then copy and load back. */
     check(TKSaveLink16ToMemory(stored, NULL, 0, &size) == 0 && size > 0, "the size of the link in memory");
     bytes = (uint8_t*)malloc(size);
-    check(TKSaveLink16ToMemory(stored, bytes, size - 1, NULL) == 6, "a buffer one byte short is BufferTooSmall");
+    {
+        uint32_t again = 0;
+        bytes[0] = 0x5A;
+        check(TKSaveLink16ToMemory(stored, bytes, size - 1, &again) == 6 && again == size && bytes[0] == 0x5A,
+              "a buffer one byte short is BufferTooSmall, gets the size and stays unwritten");
+    }
     check(TKSaveLink8ToMemory(stored, bytes, size, NULL) == 0, "the link goes to memory");
     check(memcmp(bytes, "BEGT", 4) == 0 && memcmp(bytes + 4, "BNGL", 4) == 0, "with its magics");
     check(TKLoadLink16FromMemory(back, bytes, size) == 0, "and loads back");

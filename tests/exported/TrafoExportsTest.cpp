@@ -28,26 +28,15 @@ public:
 };
 }  // namespace
 
-TEST(TrafoExports, FreshTrafoRef) {
+// The plain C host checks fresh handles, null handles and the empty concatenation; here what it
+// cannot see: the objects behind the handles and the error records.
+TEST(TrafoExports, HandlesHoldTheirObjects) {
     TKTrafoRef ref = TKNewTKTrafoRef();
-    ASSERT_NE(ref, nullptr);
     EXPECT_STREQ(static_cast<TKObject*>(RefObject(ref, nullptr))->ClassName(), "TKTrafo");
-    EXPECT_EQ(TKGetTrafoSrcDim(ref), 0);
-    EXPECT_EQ(TKGetTrafoDstDim(ref), 0);
-    EXPECT_EQ(TKGetTrafoSrcType(ref), 0u);
-    EXPECT_EQ(TKGetTrafoDstType(ref), 0u);
-    double src[1] = {5.0}, dst[1] = {-1.0};
-    EXPECT_EQ(TKDoTrafo(ref, src, dst), 0);
-    EXPECT_EQ(dst[0], -1.0);  // a trafo of any dimension takes no channels from the host
     TKFreeTKTrafoRef(ref);
-}
-
-TEST(TrafoExports, NullHandlesAnswerZero) {
-    EXPECT_EQ(TKGetTrafoSrcDim(nullptr), 0);
-    EXPECT_EQ(TKGetTrafoDstDim(nullptr), 0);
-    EXPECT_EQ(TKGetTrafoSrcType(nullptr), 0u);
-    EXPECT_EQ(TKGetTrafoDstType(nullptr), 0u);
-    TKFreeTKTrafoRef(nullptr);
+    ref = TKConcatenateTrafos(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
+    EXPECT_NE(RefObject(ref, "TKTrafoList"), nullptr);
+    TKFreeTKTrafoRef(ref);
     TKHandleTrafo empty;  // a handle without object
     EXPECT_EQ(TKGetTrafoSrcDim(&empty), 0);
 }
@@ -99,14 +88,6 @@ TEST(TrafoExports, PassThroughDimensions) {
     EXPECT_EQ(dst[0], 10.0);
     EXPECT_EQ(dst[1], 200.0);
     EXPECT_EQ(dst[2], -1.0);
-    TKFreeTKTrafoRef(ref);
-}
-
-TEST(TrafoExports, EmptyConcatenationIsTheIdentityList) {
-    TKTrafoRef ref = TKConcatenateTrafos(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
-    ASSERT_NE(ref, nullptr);
-    EXPECT_NE(RefObject(ref, "TKTrafoList"), nullptr);
-    EXPECT_EQ(TKGetTrafoSrcDim(ref), 0);
     TKFreeTKTrafoRef(ref);
 }
 

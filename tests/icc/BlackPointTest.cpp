@@ -49,15 +49,17 @@ protected:
     }
 };
 
-// The direct black point is the darkest colour the relative table reaches; Little CMS finds the
-// same colour by its own search (0.05 L).
-TEST_F(BlackPointTest, DirectBlackPointMatchesLittleCMS) {
+// The direct black point comes from the inks an inverse search finds for Lab 0 within the
+// profile's largest ink total. Little CMS takes the perceptual table's black, which the search
+// can only improve on: never lighter (0.05 L), and at most 1 L darker on these profiles.
+TEST_F(BlackPointTest, DirectBlackPointIsAtLeastAsDarkAsLittleCMS) {
     for (const char* name : {"icc/FOGRA39L-cmyk-v2.icc", "icc-trafo/FOGRA29L.icc"}) {
         auto profile = LoadProfile(name);
         TKICCTrafoBuilder builder(profile.Get());
         TKVector black = builder.GetBlackPointForBPC(1, nullptr, true);
         std::printf("%s direct L %.3f, Little CMS %.3f\n", name, LOf(black), LOfY(LcmsBlackY(name, 1, false)));
-        EXPECT_NEAR(LOf(black), LOfY(LcmsBlackY(name, 1, false)), 0.05) << name;
+        EXPECT_LE(LOf(black), LOfY(LcmsBlackY(name, 1, false)) + 0.05) << name;
+        EXPECT_GE(LOf(black), LOfY(LcmsBlackY(name, 1, false)) - 1.0) << name;
         TKVector lab = ConvertColor(TKLabSpace, black);
         EXPECT_NEAR(lab[1], 0.0, 1e-6);
         EXPECT_NEAR(lab[2], 0.0, 1e-6);
@@ -65,7 +67,8 @@ TEST_F(BlackPointTest, DirectBlackPointMatchesLittleCMS) {
 }
 
 // The round trip fit for the perceptual intent lands within 0.3 L of Little CMS's destination black (both fit the same
-// round trip; the fits differ in detail).
+// round trip; the fits differ in detail). The relative table is straight, so its black is the direct
+// one, at least as dark as Little CMS's.
 TEST_F(BlackPointTest, TableBlackPointMatchesLittleCMS) {
     for (const char* name : {"icc/FOGRA39L-cmyk-v2.icc", "icc-trafo/FOGRA29L.icc"}) {
         auto profile = LoadProfile(name);
@@ -73,7 +76,11 @@ TEST_F(BlackPointTest, TableBlackPointMatchesLittleCMS) {
         for (int intent : {0, 1}) {
             const double l = LOf(builder.GetBlackPointForBPCWithTable(intent, nullptr, true));
             std::printf("%s intent %d table L %.3f, Little CMS %.3f\n", name, intent, l, LOfY(LcmsBlackY(name, intent, true)));
-            EXPECT_NEAR(l, LOfY(LcmsBlackY(name, intent, true)), 0.3) << name << " intent " << intent;
+            const double lcms = LOfY(LcmsBlackY(name, intent, true));
+            if (intent == 0)
+                EXPECT_NEAR(l, lcms, 0.3) << name;
+            else
+                EXPECT_TRUE(l <= lcms + 0.05 && l >= lcms - 1.0) << name << " " << l << " vs " << lcms;
             EXPECT_LE(l, 50.0);
         }
     }

@@ -88,17 +88,11 @@ TEST_F(DebugLog, ChannelTextIsAppended) {
     EXPECT_EQ(lines[6], "Error: 19 \"broken\", file \"DebugLogTest.cpp\", line " + std::to_string(line));
 }
 
-TEST_F(DebugLog, NamesTheFileAfterTheGivenName) {
+TEST_F(DebugLog, NamesTheFileAfterTheGivenNameAndCreatesAMissingFolder) {
     EXPECT_STREQ(InitLog(Folder(), "Press", 0, false).Name().CString(), "PressLog.txt");
     EXPECT_TRUE(fs::exists(folder / "PressLog.txt"));
-    EXPECT_STREQ(InitLog(Folder(), "host.TXT", 0, false).Name().CString(), "host.TXT");
-}
-
-TEST_F(DebugLog, CreatesAMissingFolder) {
-    TKString nested = Folder() + "/a/b";
-    TKFileSpec spec = InitLog(nested, "", 0, false);
-    EXPECT_TRUE(fs::exists(folder / "a" / "b" / "TKDebugLog.txt"));
-    EXPECT_FALSE(spec.IsEmpty());
+    EXPECT_STREQ(InitLog(Folder() + "/a/b", "host.TXT", 0, false).Name().CString(), "host.TXT");
+    EXPECT_TRUE(fs::exists(folder / "a" / "b" / "host.TXT"));
 }
 
 TEST_F(DebugLog, DefaultFolderIsTheDebuggingFolder) {
@@ -122,19 +116,15 @@ TEST_F(DebugLog, OnceKeepsTheFirstLog) {
     EXPECT_EQ(DebugLogFile().FullName(), third.FullName());
 }
 
-TEST_F(DebugLog, NoFolderAndNoNameMeansNoFile) {
+TEST_F(DebugLog, NoFolderAndNoNameOrAnUnusableFolderMeanNoFile) {
     TKFileSpec spec = InitLog("", "", 0, false);
     EXPECT_TRUE(spec.IsEmpty());
     EXPECT_TRUE(DebugLogFile().IsEmpty());
     EXPECT_EQ(DefaultDebugSink(), nullptr);
     DebugPrintf(kDebugAlwaysOn, "to nowhere");
     EXPECT_TRUE(fs::is_empty(folder));
-}
-
-TEST_F(DebugLog, UnusableFolderLeavesNoLog) {
     WriteFile(folder / "plain-file", "x");
-    TKFileSpec spec = InitLog(Folder() + "/plain-file", "", 0, false);
-    EXPECT_TRUE(spec.IsEmpty());
+    EXPECT_TRUE(InitLog(Folder() + "/plain-file", "", 0, false).IsEmpty());
     DebugPrintf(kDebugAlwaysOn, "still no crash");
 }
 
@@ -148,23 +138,23 @@ std::string MakeLog(size_t length, const std::vector<size_t>& at) {
 }
 }  // namespace
 
-TEST_F(DebugLog, ShrinkKeepsHalfFromTheFirstSeparator) {
+TEST_F(DebugLog, ShrinkKeepsHalfFromTheFirstSeparatorOrCutsAtTheHalf) {
     fs::path path = folder / "big.txt";
-    std::string text = MakeLog(3000, {500, 2100, 2500});
-    WriteFile(path, text);
-    // The kept half starts at 3000 - 2000 / 2 = 2000; the first separator there is at 2100.
-    EXPECT_TRUE(ShrinkLog(TKFileSpec(path.c_str()), 2000));
-    EXPECT_EQ(ReadFile(path), "LOG CONTINUED: maxSize = 2000, length = 3000\n" + text.substr(2100));
+    // {separators, limit, kept from}: the kept half starts at 3000 - limit / 2, then at the first
+    // separator from there (2100); without one there, at the half itself.
+    const struct {
+        std::vector<size_t> separators;
+        int32_t limit;
+        size_t keptFrom;
+    } cases[] = {{{500, 2100, 2500}, 2000, 2100}, {{100}, 1001, 2500}};
+    for (const auto& c : cases) {
+        const std::string text = MakeLog(3000, c.separators);
+        WriteFile(path, text);
+        EXPECT_TRUE(ShrinkLog(TKFileSpec(path.c_str()), c.limit));
+        EXPECT_EQ(ReadFile(path), "LOG CONTINUED: maxSize = " + std::to_string(c.limit) + ", length = 3000\n" +
+                                      text.substr(c.keptFrom));
+    }
     EXPECT_FALSE(fs::exists(folder / "big.txt.shrink"));
-}
-
-TEST_F(DebugLog, ShrinkWithoutSeparatorCutsAtTheHalf) {
-    fs::path path = folder / "big.txt";
-    std::string text = MakeLog(3000, {100});
-    WriteFile(path, text);
-    EXPECT_TRUE(ShrinkLog(TKFileSpec(path.c_str()), 1001));
-    // 3000 - 1001 / 2 = 2500.
-    EXPECT_EQ(ReadFile(path), "LOG CONTINUED: maxSize = 1001, length = 3000\n" + text.substr(2500));
 }
 
 TEST_F(DebugLog, ShrinkLeavesSmallLogsAndNoLimitAlone) {
@@ -198,20 +188,6 @@ TEST_F(DebugLog, ChannelFileTakesItsChannelAlone) {
     SetChannelOutput(kDebugCache, nullptr);
     EXPECT_EQ(ReadFile(own), "cache line\n");
     EXPECT_EQ(ReadFile(folder / "TKDebugLog.txt").find("cache line"), std::string::npos);
-}
-
-TEST_F(DebugLog, LinesFromThreadsStayWhole) {
-    InitLog(Folder(), "", 0, false);
-    std::vector<std::thread> threads;
-    for (int t = 0; t < 4; ++t)
-        threads.emplace_back([t] {
-            for (int i = 0; i < 50; ++i) DebugPrintf(kDebugAlwaysOn, "thread %d line %03d %s", t, i, "payload");
-        });
-    for (auto& thread : threads) thread.join();
-    std::vector<std::string> lines = Lines(ReadFile(folder / "TKDebugLog.txt"));
-    ASSERT_EQ(lines.size(), 5u + 200u);
-    std::regex line(R"(thread \d line \d{3} payload)");
-    for (size_t i = 5; i < lines.size(); ++i) EXPECT_TRUE(std::regex_match(lines[i], line)) << lines[i];
 }
 
 TEST_F(DebugLog, ProcessesShareOneLog) {

@@ -34,25 +34,23 @@ protected:
 
 }  // namespace
 
-TEST_F(DebugSettings, SwitchesChannelsAndLineOptions) {
+TEST_F(DebugSettings, SwitchesChannelsAndLineOptionsAndEchoesTheBaseOnChannelOne) {
+    SetChannelEnabled(kDebugEvents, true);
     auto base = TKMakeRef<TKDataBase>();
     base->Add("SetDebugChannel24", "1");
     base->Add("SetDebugChannel3", "false");
     base->Add("SetDebugChannel21", "TRUE");
+    base->Add("SetDebugChannel25", "maybe");  // malformed: false
+    base->Add("SetDebugChannel99", "1");      // past the standard channels: not read
     base->Add("SetDebugOutputPrefix", "srv ");
     InitDebugSettings(*base);
     EXPECT_TRUE(ChannelEnabled(kDebugThread));
     EXPECT_TRUE(ChannelEnabled(kDebugTest1));
     EXPECT_FALSE(ChannelEnabled(kDebugError));
+    EXPECT_FALSE(ChannelEnabled(kDebugEvents));
     EXPECT_TRUE(ChannelEnabled(kDebugGeneral));  // no key: unchanged
     EXPECT_FALSE(DebugOutputWithDate());
     EXPECT_STREQ(DebugOutputPrefix().CString(), "srv ");
-}
-
-TEST_F(DebugSettings, EchoesTheBaseOnChannelOne) {
-    auto base = TKMakeRef<TKDataBase>();
-    base->Add("SetDebugChannel6", "0");
-    InitDebugSettings(*base);
     EXPECT_EQ(sink->All(), std::string("TKInitDebugSettings:\n") + base->ToText().CString());
 }
 
@@ -103,13 +101,4 @@ TEST_F(DebugSettings, ChannelFileLiesBesideTheLog) {
     reset->Add("SetDebugChannelOutputFile23", "");
     InitDebugSettings(*reset);
     EXPECT_FALSE(DebugChannel(kDebugCache).ownOutput);
-}
-
-TEST_F(DebugSettings, MalformedBoolIsFalse) {
-    SetChannelEnabled(kDebugEvents, true);
-    auto base = TKMakeRef<TKDataBase>();
-    base->Add("SetDebugChannel25", "maybe");
-    base->Add("SetDebugChannel99", "1");  // past the standard channels: not read
-    InitDebugSettings(*base);
-    EXPECT_FALSE(ChannelEnabled(kDebugEvents));
 }

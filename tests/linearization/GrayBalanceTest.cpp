@@ -7,9 +7,11 @@
 #include "color/TKCIEConverter.h"
 #include "color/TKColorTrafo.h"
 #include "color/TKColors.h"
+#include "linearization/TKCMYKBalanceTrafo.h"
 #include "linearization/TKCalcGrayBalanceCurves.h"
 #include "linearization/TKChartPressModel.h"
 #include "linearization/TKGrayBalance.h"
+#include "separation/TKColorSeparation.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -37,17 +39,10 @@ class GrayBalanceErrorTest : public ::testing::Test {};
 // The G7 table's own points, and the ends of every target.
 TEST_F(GrayBalanceTest, TargetCurves) {
     auto g7 = TKNewGrayBalanceCurve(0);
-    ASSERT_TRUE(g7);
-    EXPECT_STREQ(g7->ClassName(), "TKG7Curve");
-    struct Point {
-        double in, out;
-    };
-    for (const Point& p : {Point{0, 0}, Point{49.8, 39.89}, Point{74.9, 66.07}, Point{100, 100}})
-        EXPECT_NEAR(g7->MakeTone(p.in), p.out, 0.05) << p.in;  // read from a 256-sample table
-    EXPECT_STREQ(TKNewGrayBalanceCurve(1)->ClassName(), "TKTR015LegacyCurve");
+    const double points[][2] = {{0, 0}, {49.8, 39.89}, {74.9, 66.07}, {100, 100}};
+    for (const auto& p : points) EXPECT_NEAR(g7->MakeTone(p[0]), p[1], 0.05) << p[0];  // a 256-sample table
     EXPECT_STREQ(TKNewGrayBalanceCurve(2)->ClassName(), "TKTR015Curve");
-    EXPECT_FALSE(TKNewGrayBalanceCurve(3));
-    EXPECT_FALSE(TKNewGrayBalanceCurve(-1));
+    EXPECT_FALSE(TKNewGrayBalanceCurve(3) || TKNewGrayBalanceCurve(-1));
 
     const TKVector paper({93.0, 0.5, -3.0}, TKLabSpace), solid({22.0, 1.5, 2.0}, TKLabSpace);
     for (int32_t type = 0; type < 3; ++type) {
@@ -58,12 +53,8 @@ TEST_F(GrayBalanceTest, TargetCurves) {
         EXPECT_NEAR(end[0], solid[0], 1e-6) << type;
         // G7 and the older reading end neutral; TR 015 ends at the solid's own colour.
         EXPECT_NEAR(end[2], type == 2 ? solid[2] : 0.0, 1e-6) << type;
-        double last = 101.0;
-        for (int32_t v = 0; v <= 100; v += 5) {
-            const double lightness = curve->TargetColor(v, paper, solid)[0];
-            EXPECT_LT(lightness, last) << type << " at " << v;
-            last = lightness;
-        }
+        for (int32_t v = 5; v <= 100; v += 5)
+            EXPECT_LT(curve->TargetColor(v, paper, solid)[0], curve->TargetColor(v - 5, paper, solid)[0]) << type << v;
     }
     // Density: Y 10 is a density of 1.
     EXPECT_NEAR(g7->ToDensity(10.0), 1.0, 1e-12);
@@ -124,6 +115,34 @@ TEST_F(GrayBalanceTest, ChartModelIsExactOnTheWedges) {
         const TKVector lab = ConvertColor(TKLabSpace, model->Trafo(chart.device.GetRow(r)));
         EXPECT_LT(lab.Distance(chart.measured.GetRow(r)), 1e-6) << r;
     }
+    // Without the black wedge (rows 33 to 43) black has no effect, and its curve keeps the step.
+    TKMatrix device(44, 4, int32_t(TKCMYKSpace)), measured(44, 3, int32_t(TKLabSpace));
+    for (int32_t r = 0, to = 0; r < chart.device.GetHeight(); ++r)
+        if (r < 33 || r > 43) {
+            device.SetRow(to, chart.device.GetRow(r));
+            measured.SetRow(to++, chart.measured.GetRow(r));
+        }
+    TKRefPtr<TKColorLinearization> curves(new TKColorLinearization, true);
+    TKGrayBalance(device, measured).Calc(curves.Get());
+    EXPECT_NEAR(curves->GetCurve(3).Apply(0.5), 0.5, 1e-3);
+    EXPECT_GT(std::fabs(curves->GetCurve(0).Apply(0.5) - 0.5), 0.02);
+}
+
+// Targets given as colours: the G7 targets as a table give the G7 curves of C, M and Y.
+TEST_F(GrayBalanceTest, TargetsGivenAsColours) {
+    TKRefPtr<SimulatedPress> press(new SimulatedPress(0.8), true);
+    const WedgeChart chart = PrintWedgeChart(*press, 21);
+    TKRefPtr<TKChartPressModel> model(new TKChartPressModel(chart.device, chart.measured), true);
+    TKCalcGrayBalanceCurves g7(model.Get());
+    g7.Solve(0);
+    TKMatrix targets(101, 3, int32_t(TKLabSpace));
+    for (int32_t step = 0; step <= 100; ++step) targets.SetRow(step, g7.GetTarget(step));
+    TKRefPtr<TKColorLinearization> byTable(new TKColorLinearization, true), byCurve(new TKColorLinearization, true);
+    TKCIEGrayBalance(chart.device, chart.measured, targets).Calc(byTable.Get());
+    TKGrayBalance(chart.device, chart.measured).Calc(byCurve.Get());
+    for (int32_t c = 0; c < 3; ++c)
+        for (double u : {0.1, 0.3, 0.5, 0.7, 0.9})
+            EXPECT_NEAR(byTable->GetCurve(c).Apply(u), byCurve->GetCurve(c).Apply(u), 1e-3) << c << " " << u;
 }
 
 TEST_F(GrayBalanceErrorTest, RefusedInputs) {
@@ -150,10 +169,32 @@ TEST_F(GrayBalanceErrorTest, RefusedInputs) {
     EXPECT_TKERROR(TKChartPressModel(noPaper, chart.measured), NoMeasurementData);
     EXPECT_TKERROR(TKGrayBalance(device, measured).Calc(curves.Get()), NoMeasurementData);
 
+    EXPECT_TKERROR(TKCIEGrayBalance(chart.device, chart.measured, TKMatrix(1, 3, int32_t(TKLabSpace))), ArgErr);
+    EXPECT_TKERROR(TKCIEGrayBalance(chart.device, chart.measured, TKMatrix(5, 4, int32_t(TKCMYKSpace))), ArgErr);
+
     // Refining curves of another kind is refused and leaves them.
     TKRefPtr<TKColorLinearization> rgb(new TKColorLinearization(TKRGBSpace), true);
     EXPECT_TKERROR(TKOptimizeGrayBalance(chart.device, chart.measured).Calc(rgb.Get()), ArgErr);
     EXPECT_TRUE(rgb->IsIdentity());
+}
+
+}  // namespace
+
+namespace {
+
+// Re-balancing keeps the CMY equivalent of a colour and moves its gray between CMY and black.
+TEST(CMYKBalanceTest, MovesGrayBetweenInksAndBlack) {
+    const TKVector gray({60.0, 50.0, 50.0, 20.0}, TKCMYKSpace);
+    TKRefPtr<TKCMYKBalanceTrafo> none(new TKCMYKBalanceTrafo(0.0), true), most(new TKCMYKBalanceTrafo(0.8), true);
+    const TKVector cmyOnly = none->Trafo(gray), blackHeavy = most->Trafo(gray);
+    EXPECT_NEAR(cmyOnly[3], 0.0, 1e-9);
+    EXPECT_GT(blackHeavy[3], gray[3]);
+    EXPECT_LT(blackHeavy[1], gray[1]);
+    // Read back with the balance it was made with, the result is the original's CMY equivalent.
+    TKBalanceSeparation own(0.0);
+    own.SetBalanceFrom(gray);
+    EXPECT_LT(TKBalanceSeparation(0.8).CMYKOfBlack(blackHeavy).Distance(own.CMYKOfBlack(gray)), 1e-6);
+    EXPECT_TKERROR(TKCMYKBalanceTrafo(1.5), ArgErr);
 }
 
 }  // namespace

@@ -4,13 +4,9 @@
 #include "support/TestSupport.h"
 
 TEST(LinkGridChoice, GridFromBits) {
-    EXPECT_EQ(GridFromBits(4), 17);
-    EXPECT_EQ(GridFromBits(5), 33);
-    EXPECT_EQ(GridFromBits(1), 3);
-    EXPECT_EQ(GridFromBits(6), 65);
-    EXPECT_EQ(GridFromBits(0), 0);   // the default grid
-    EXPECT_EQ(GridFromBits(-2), -2);  // a quality passes through
-    EXPECT_EQ(GridFromBits(7), 129);  // too large for a link; Init refuses it
+    // 0 is the default grid, a negative quality passes through, 7 bits are too large for a link.
+    const int32_t cases[][2] = {{4, 17}, {5, 33}, {1, 3}, {6, 65}, {0, 0}, {-2, -2}, {7, 129}};
+    for (const auto& c : cases) EXPECT_EQ(GridFromBits(c[0]), c[1]) << c[0];
     EXPECT_TKERROR(GridFromBits(31), ArgErr);
 }
 
@@ -26,18 +22,11 @@ TEST(LinkGridChoice, RoundGridGivesShiftableSizes) {
 }
 
 TEST(LinkGridChoice, DefaultGridByQualityAndChannels) {
-    EXPECT_EQ(DefaultGrid(4, -4), 3);
-    EXPECT_EQ(DefaultGrid(20, 0), 2);  // channels clamp to 15
-    EXPECT_EQ(DefaultGrid(0, 0), 65);  // and to 1
-    EXPECT_EQ(DefaultGrid(3, 0), 17);
-    EXPECT_EQ(DefaultGrid(4, 0), 11);
-    EXPECT_EQ(DefaultGrid(4, -7), 11);
-    EXPECT_EQ(DefaultGrid(3, -1), 9);
-    EXPECT_EQ(DefaultGrid(4, -2), 17);
-    EXPECT_EQ(DefaultGrid(4, -5), 25);
-    EXPECT_EQ(DefaultGrid(6, -6), 6);
-    EXPECT_EQ(DefaultGrid(3, 21), 21);  // a positive quality is the grid
-    EXPECT_EQ(DefaultGrid(3, -3), -3);  // reserved, passed through
+    // {channels, quality, grid}: channels clamp to 1..15, a positive quality is the grid, -3 is
+    // reserved and passed through.
+    const int32_t cases[][3] = {{4, -4, 3},  {20, 0, 2},  {0, 0, 65},  {3, 0, 17}, {4, 0, 11},  {4, -7, 11},
+                                {3, -1, 9},  {4, -2, 17}, {4, -5, 25}, {6, -6, 6}, {3, 21, 21}, {3, -3, -3}};
+    for (const auto& c : cases) EXPECT_EQ(DefaultGrid(c[0], c[1]), c[2]) << c[0] << " channels, quality " << c[1];
     EXPECT_TKERROR(DefaultGrid(3, -8), ArgErr);
 }
 

@@ -1,13 +1,12 @@
 // The thirteen pixel kernels and their dispatch against a slow reference evaluator, bit for bit:
 // every kernel that can run on a link, 1 to 8 input channels, grids 2 to 65, with and without
 // curves, 8, 16 and 8-to-16 bits, interleaved and planar pixels, lazy and complete links, runs of
-// equal pixels; plus the hand-checked edge values of the cell arithmetic.
+// equal pixels, long interleaved calls through the dispatch; plus the hand-checked edge values of
+// the cell arithmetic and the exactness of the divided cells' reciprocal.
 #include <random>
-#include <thread>
 #include <vector>
 
 #include "foundation/TKProgress.h"
-#include "link/KernelReference.h"
 #include "link/LinkReference.h"
 #include "link/TKLinkKernelMath.h"
 #include "link/TKLinkKernels.h"
@@ -51,6 +50,7 @@ struct Pixels {
             strides.push_back(perPixel * int32_t(sizeof(Sample)));
         }
     }
+    Sample Pad(int32_t pixel) const { return data[size_t(pixel) * (channels + 1) + channels]; }  // interleaved
     Sample& At(int32_t pixel, int32_t c) {
         return *reinterpret_cast<Sample*>(reinterpret_cast<uint8_t*>(pointers[c]) + size_t(pixel) * strides[c]);
     }
@@ -67,6 +67,11 @@ void FillSamples(Pixels<Sample>& px, std::mt19937& rng) {
     const uint32_t edges[] = {0, top, top / 2 + 1, top - 1, 1};
     for (int32_t i = 0; i < px.count; ++i) {
         const uint32_t kind = rng() % 8;
+        if (i < 256 && px.count >= 1000) {  // long calls: every 8-bit value in every channel first
+            for (int32_t c = 0; c < px.channels; ++c)
+                px.At(i, c) = Sample(uint8_t(i * (2 * c + 1) + c) * (sizeof(Sample) == 1 ? 1 : 257));
+            continue;
+        }
         for (int32_t c = 0; c < px.channels; ++c) {
             uint32_t v = rng() & top;
             if (kind == 0) v = edges[rng() % 5];
@@ -94,6 +99,13 @@ std::unique_ptr<HashLink> MakeLink(const LinkCase& lc, bool lazy) {
     return link;
 }
 
+// The reference's answer for a kernel of the given cell family.
+void Reference(TKLinkGeneric& twin, const uint32_t* src, int32_t srcBits, uint32_t* dst, int32_t dstBits,
+               bool dividedCells, bool split) {
+    LinkReference::Pixel(twin, src, srcBits, dst, dstBits, split,
+                         dividedCells ? LinkReference::Cells::kDivided : LinkReference::Cells::kShifted);
+}
+
 // Runs `kernel` on pixels of (srcBits, dstBits) through `link` and compares each pixel with the
 // reference on the complete twin. Returns the number of mismatching pixels (reports the first).
 template <class S, class D>
@@ -107,17 +119,14 @@ int32_t CheckKernel(TKLinkGeneric& link, TKLinkGeneric& twin, const TKLinkKernel
     for (int32_t i = 0; i < in.count; ++i) {
         uint32_t src[16], expected[36];
         for (int32_t c = 0; c < in.channels; ++c) src[c] = in.At(i, c);
-        KernelReference::Pixel(twin, src, srcBits, expected, dstBits, {!row.anyGrid}, split);
+        Reference(twin, src, srcBits, expected, dstBits, row.anyGrid, split);
         for (int32_t o = 0; o < link.GetDstDim(); ++o)
             if (out.At(i, o) != expected[o] && bad++ == 0)
                 ADD_FAILURE() << row.name << " " << what << " bits " << srcBits << "/" << dstBits << " pixel " << i
                               << " output " << o << ": " << out.At(i, o) << " != " << expected[o];
     }
     // The pad samples of interleaved output stay untouched.
-    if (!planar) {
-        for (int32_t i = 0; i < in.count; ++i)
-            EXPECT_EQ(reinterpret_cast<D*>(out.pointers[0])[size_t(i) * (out.channels + 1) + out.channels], D(0xA5));
-    }
+    for (int32_t i = 0; !planar && i < in.count; ++i) EXPECT_EQ(out.Pad(i), D(0xA5));
     return bad;
 }
 
@@ -224,44 +233,47 @@ TEST(KernelMatch, DispatchPicksTheKernelOfTheRules) {
                       TKLinkKernel::Match4Simplex);
 }
 
-// Match16, Match8 and Match8To16 give the reference's answer for the kernel the rules pick.
+// Match16, Match8 and Match8To16 give the reference's answer for the kernel the rules pick, over
+// long interleaved calls (the unrolled 8-bit kernels fill a cell table once per call, the 16-bit
+// ones walk whole words) with pad samples left alone.
 TEST(KernelMatch, DispatchedMatchEqualsReference) {
+    std::vector<LinkCase> cases = {{4, 9, 9, false, false}, {3, 9, 33, true, false}, {5, 3, 6, true, false},
+                                   {2, 3, 2, false, false}};
+    for (int32_t n : {3, 4})
+        for (int32_t outs : {3, 4, 5})
+            for (int32_t grid : {2, 3, 5, 9, 11, 13, 17, 21, 33})
+                for (bool curves : {false, true})
+                    for (bool lazy : {false, true}) cases.push_back({n, outs, grid, curves, lazy});
     std::mt19937 rng(7);
-    for (const LinkCase lc : {LinkCase{3, 4, 17, true, false}, LinkCase{4, 4, 17, true, true},
-                              LinkCase{4, 9, 9, false, false}, LinkCase{3, 9, 33, true, false},
-                              LinkCase{5, 3, 6, true, false}, LinkCase{2, 3, 2, false, false},
-                              LinkCase{3, 3, 13, true, true}}) {
+    constexpr int32_t kCount = 1500;
+    for (const LinkCase& lc : cases) {
         auto link = MakeLink(lc, lc.lazy);
         auto twin = MakeLink(lc, false);
-        Pixels<uint16_t> in16(lc.srcDim, 500, false);
-        Pixels<uint8_t> in8(lc.srcDim, 500, true);
+        Pixels<uint16_t> in16(lc.srcDim, kCount, false);
+        Pixels<uint8_t> in8(lc.srcDim, kCount, false);
         FillSamples(in16, rng);
         FillSamples(in8, rng);
-        Pixels<uint16_t> out16(lc.dstDim, 500, false), out8to16(lc.dstDim, 500, false);
-        Pixels<uint8_t> out8(lc.dstDim, 500, true);
-        link->Match16(500, in16.pointers.data(), out16.pointers.data(), in16.strides.data(), out16.strides.data(),
+        Pixels<uint16_t> out16(lc.dstDim, kCount, false), out8to16(lc.dstDim, kCount, false);
+        Pixels<uint8_t> out8(lc.dstDim, kCount, false);
+        link->Match16(kCount, in16.pointers.data(), out16.pointers.data(), in16.strides.data(), out16.strides.data(),
                       nullptr);
-        link->Match8(500, in8.pointers.data(), out8.pointers.data(), in8.strides.data(), out8.strides.data(), nullptr);
-        link->Match8To16(500, in8.pointers.data(), out8to16.pointers.data(), in8.strides.data(),
+        link->Match8(kCount, in8.pointers.data(), out8.pointers.data(), in8.strides.data(), out8.strides.data(),
+                     nullptr);
+        link->Match8To16(kCount, in8.pointers.data(), out8to16.pointers.data(), in8.strides.data(),
                          out8to16.strides.data(), nullptr);
         const int32_t bits[][2] = {{16, 16}, {8, 8}, {8, 16}};
         for (const auto& b : bits) {
             const TKLinkKernelRow* row =
                 TKLinkPickKernel(b[0], b[1], lc.grid, link->GridShift(), lc.srcDim, lc.dstDim);
-            for (int32_t i = 0; i < 500; ++i) {
-                uint32_t src[16], expected[36], linkRule[36];
+            for (int32_t i = 0; i < kCount; ++i) {
+                uint32_t src[16], expected[36];
                 for (int32_t c = 0; c < lc.srcDim; ++c) src[c] = b[0] == 8 ? in8.At(i, c) : in16.At(i, c);
-                KernelReference::Pixel(*twin, src, b[0], expected, b[1], {!row->anyGrid}, true);
-                // The reference that takes the cell arithmetic from the link agrees wherever the
-                // picked kernel does the same.
-                if (!row->anyGrid || !TKLinkHasShiftedCells(lc.grid, link->GridShift())) {
-                    LinkReference::Pixel(*twin, src, b[0], linkRule, b[1]);
-                    for (int32_t o = 0; o < lc.dstDim; ++o) ASSERT_EQ(linkRule[o], expected[o]);
-                }
+                Reference(*twin, src, b[0], expected, b[1], row->anyGrid, true);
                 for (int32_t o = 0; o < lc.dstDim; ++o) {
                     const uint32_t got = b[1] == 8 ? out8.At(i, o) : b[0] == 8 ? out8to16.At(i, o) : out16.At(i, o);
-                    ASSERT_EQ(got, expected[o]) << Describe(lc) << " " << row->name << " pixel " << i;
+                    ASSERT_EQ(got, expected[o]) << Describe(lc) << " " << row->name << " pixel " << i << " output " << o;
                 }
+                ASSERT_EQ(b[1] == 8 ? out8.Pad(i) : b[0] == 8 ? out8to16.Pad(i) : out16.Pad(i), 0xA5u) << i;
             }
         }
     }
@@ -343,35 +355,6 @@ TEST(KernelMatch, RunOfEqualPixelsComputesOnePixel) {
         for (int32_t o = 0; o < 4; ++o) ASSERT_EQ(out[size_t(i) * 4 + o], out[o]);
 }
 
-// Two threads match one lazy link at once, each its own strip: nodes are computed on the fly by
-// whichever thread needs them first, and both strips equal a complete link's results.
-TEST(KernelMatch, ThreadsShareALazyLink) {
-    const LinkCase lc{4, 4, 9, true, true};
-    auto lazy = MakeLink(lc, true);
-    auto full = MakeLink(lc, false);
-    const int32_t count = 20000;
-    std::mt19937 rng(5);
-    Pixels<uint16_t> in(4, count, false);
-    FillSamples(in, rng);
-    Pixels<uint16_t> expected(4, count, false), got(4, count, false);
-    full->Match16(count, in.pointers.data(), expected.pointers.data(), in.strides.data(), expected.strides.data(),
-                  nullptr);
-    auto strip = [&](int32_t first) {
-        const uint16_t* s[4];
-        uint16_t* d[4];
-        for (int32_t c = 0; c < 4; ++c) {
-            s[c] = &in.At(first, c);
-            d[c] = &got.At(first, c);
-        }
-        lazy->Match16(count / 2, s, d, in.strides.data(), got.strides.data(), nullptr);
-    };
-    std::thread a(strip, 0), b(strip, count / 2);
-    a.join();
-    b.join();
-    for (int32_t i = 0; i < count; ++i)
-        for (int32_t o = 0; o < 4; ++o) ASSERT_EQ(got.At(i, o), expected.At(i, o)) << i;
-}
-
 class Recording : public TKProgress {
 public:
     void SetProgress(double fraction) override {
@@ -423,6 +406,33 @@ TEST(KernelMatch, KernelsRefuseLinksOfAnotherShape) {
     TKLinkGeneric empty;
     empty.Match16(5, reinterpret_cast<const uint16_t* const*>(src), reinterpret_cast<uint16_t* const*>(dst), strides,
                   strides, nullptr);
+}
+
+// The divided cells divide by a multiply with a per-grid reciprocal: the quotient must equal the
+// true one for every dividend the kernels form (positions, weight products, sums below 2^32),
+// tried at each side of every multiple of the cell and at random, for every grid size.
+TEST(KernelLongCall, CellDivisionByReciprocalIsExact) {
+    std::mt19937 rng(11);
+    for (int32_t grid = 2; grid <= TKLinkGeneric::kMaxGridPoints; ++grid) {
+        int32_t shift = 0;
+        while (shift < 16 && (1 << shift) + 1 < grid) ++shift;
+        for (int32_t k : {0, (1 << shift) + 1 == grid ? shift : 0}) {
+            const TKLinkCellMath m = TKLinkCellMath::For(grid, k);
+            int32_t bad = 0;
+            auto check = [&](uint32_t x) {
+                if (m.Divide(x) != x / m.cell && bad++ == 0)
+                    ADD_FAILURE() << "grid " << grid << " cell " << m.cell << ": " << x;
+            };
+            for (uint64_t q = 0; q * m.cell <= 0xFFFFFFFFull; q += 1 + q / 64) {
+                const uint32_t x = uint32_t(q * m.cell);
+                check(x);
+                if (x) check(x - 1);
+            }
+            check(0xFFFFFFFFu);
+            for (int32_t i = 0; i < 2000; ++i) check(uint32_t(rng()));
+            EXPECT_EQ(bad, 0);
+        }
+    }
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
-// TKLinkGeneric: table layout, baking through the hooks, lazy nodes, copies, and the reference
-// evaluator's integer rules on hand-checked cases.
+// TKLinkGeneric: table layout, baking through the hooks, lazy nodes and copies.
 #include <thread>
 #include <vector>
 
@@ -41,12 +40,8 @@ public:
 }  // namespace
 
 TEST(LinkGenericLayout, GridShiftOnlyForPowersOfTwoPlusOne) {
-    EXPECT_EQ(TKLinkGeneric::GridShiftOf(3), 1);
-    EXPECT_EQ(TKLinkGeneric::GridShiftOf(17), 4);
-    EXPECT_EQ(TKLinkGeneric::GridShiftOf(65), 6);
-    EXPECT_EQ(TKLinkGeneric::GridShiftOf(2), 0);
-    EXPECT_EQ(TKLinkGeneric::GridShiftOf(13), 0);
-    EXPECT_EQ(TKLinkGeneric::GridShiftOf(129), 0);
+    const int32_t cases[][2] = {{3, 1}, {17, 4}, {65, 6}, {2, 0}, {13, 0}, {129, 0}};
+    for (const auto& c : cases) EXPECT_EQ(TKLinkGeneric::GridShiftOf(c[0]), c[1]) << c[0];
 }
 
 TEST(LinkGenericLayout, InitBuildsStridesAndAxisOffsets) {
@@ -69,12 +64,8 @@ TEST(LinkGenericLayout, InitBuildsStridesAndAxisOffsets) {
 
 TEST(LinkGenericLayout, InitRejectsDimensionsAndGridsOutOfRange) {
     TKLinkGeneric link;
-    EXPECT_TKERROR(link.Init(0, 3, 17, 0), ArgErr);
-    EXPECT_TKERROR(link.Init(17, 3, 2, 0), ArgErr);
-    EXPECT_TKERROR(link.Init(3, 0, 17, 0), ArgErr);
-    EXPECT_TKERROR(link.Init(3, 37, 17, 0), ArgErr);
-    EXPECT_TKERROR(link.Init(3, 3, 1, 0), ArgErr);
-    EXPECT_TKERROR(link.Init(3, 3, 66, 0), ArgErr);
+    const int32_t bad[][3] = {{0, 3, 17}, {17, 3, 2}, {3, 0, 17}, {3, 37, 17}, {3, 3, 1}, {3, 3, 66}};
+    for (const auto& b : bad) EXPECT_TKERROR(link.Init(b[0], b[1], b[2], 0), ArgErr);
     // 65^16 nodes would wrap a 32-bit count: refused before any allocation.
     EXPECT_TKERROR(link.Init(16, 36, 65, 0), MemFullErr);
     link.Init(16, 36, 2, 0);  // the largest channel counts fit at the smallest grid
@@ -82,13 +73,9 @@ TEST(LinkGenericLayout, InitRejectsDimensionsAndGridsOutOfRange) {
 }
 
 TEST(LinkGenericLayout, NodePositionsSitOnWholeCells) {
-    EXPECT_EQ(TKLinkGeneric::NodePosition(1, 17), 4096);
-    EXPECT_EQ(TKLinkGeneric::NodePosition(15, 17), 15 * 4096);
-    EXPECT_EQ(TKLinkGeneric::NodePosition(16, 17), 0xFFFF);
-    EXPECT_EQ(TKLinkGeneric::NodePosition(5, 13), (5 << 16) / 12);
-    EXPECT_EQ(TKLinkGeneric::NodePosition(0, 2), 0);
-    EXPECT_EQ(TKLinkGeneric::NodePosition(1, 2), 0xFFFF);
-    EXPECT_EQ(TKLinkGeneric::NodePosition(3, 1), 0);
+    const int32_t cases[][3] = {{1, 17, 4096}, {15, 17, 15 * 4096}, {16, 17, 0xFFFF}, {5, 13, (5 << 16) / 12},
+                                {0, 2, 0},     {1, 2, 0xFFFF},       {3, 1, 0}};
+    for (const auto& c : cases) EXPECT_EQ(TKLinkGeneric::NodePosition(c[0], c[1]), c[2]) << c[0] << " of " << c[1];
 }
 
 TEST(LinkGenericBaking, DefaultHooksGiveIdentityTables) {
@@ -209,12 +196,10 @@ TEST(LinkGenericLazy, NodesAreComputedOnFirstUse) {
 
 TEST(LinkGenericLazy, OnlyTheLowTwoBitsSelectLazy) {
     TKLinkGeneric link;
-    link.Init(2, 2, 3, 5);
-    EXPECT_FALSE(link.IsComplete());
-    link.Init(2, 2, 3, 3);
-    EXPECT_TRUE(link.IsComplete());
-    link.Init(2, 2, 3, 2);
-    EXPECT_TRUE(link.IsComplete());
+    for (int32_t options : {5, 3, 2}) {
+        link.Init(2, 2, 3, options);
+        EXPECT_EQ(link.IsComplete(), options != 5) << options;
+    }
 }
 
 TEST(LinkGenericLazy, BadNodeIndicesAreIndexError) {
@@ -285,55 +270,7 @@ TEST(LinkGenericCopy, CopyOfALazyLinkKeepsItsFlags) {
     EXPECT_EQ(copy.Nodes()[4 * 2], source.Nodes()[4 * 2]);
 }
 
-// The reference evaluator's rules on cases worked out by hand.
-TEST(LinkReferenceRules, CornersOfAnIdentityGridComeBackExactly) {
-    TKLinkGeneric link;  // default EvalNode: the node holds its own position
-    link.Init(3, 3, 17, 0);
-    link.Finish(false, false, nullptr);
-    uint32_t dst[3];
-    const uint32_t top[3] = {0xFFFF, 0xFFFF, 0xFFFF};
-    LinkReference::Pixel(link, top, 16, dst, 16);  // cell 15, every f = Cell = 4096
-    EXPECT_EQ(dst[0], 0xFFFFu);
-    const uint32_t zero[3] = {0, 0, 0};
-    LinkReference::Pixel(link, zero, 16, dst, 16);
-    EXPECT_EQ(dst[2], 0u);
-    const uint32_t inner[3] = {4096, 8192 + 100, 3 * 4096};
-    LinkReference::Pixel(link, inner, 16, dst, 16);  // linear inside the grid: exact
-    EXPECT_EQ(dst[0], 4096u);
-    EXPECT_EQ(dst[1], 8292u);
-    EXPECT_EQ(dst[2], 3u * 4096);
-    const uint32_t bytes[3] = {255, 128, 0};
-    LinkReference::Pixel(link, bytes, 8, dst, 8);
-    EXPECT_EQ(dst[0], 255u);
-    EXPECT_EQ(dst[1], 0x80u);  // 128 widens to 0x8080
-}
-
-TEST(LinkReferenceRules, TwoPointGridLosesOneAtFullScale) {
-    TKLinkGeneric link;
-    link.Init(3, 3, 2, 0);
-    link.Finish(false, false, nullptr);
-    uint32_t dst[3];
-    const uint32_t top[3] = {0xFFFF, 0xFFFF, 0xFFFF};
-    LinkReference::Pixel(link, top, 16, dst, 16);
-    EXPECT_EQ(dst[0], 0xFFFEu);  // Cell 0xFFFF, shift 16: kept for bit-compatibility
-}
-
-TEST(LinkReferenceRules, UnshiftedGridKeepsTheLastFractionBelowCell) {
-    TKLinkGeneric link;
-    link.Init(1, 1, 13, 0);
-    link.Finish(false, false, nullptr);
-    EXPECT_EQ(LinkReference::CellSize(link), 5462u);
-    EXPECT_FALSE(LinkReference::UsesShiftedCells(link));
-    // v = 65535: q = 11, r = 5453 < Cell, so node 11 and node 12 mix.
-    const uint32_t n11 = link.Nodes()[11], n12 = link.Nodes()[12];
-    const uint32_t expected = (n11 * (5462 - 5453) + n12 * 5453) / 5462;
-    const uint32_t top = 0xFFFF;
-    uint32_t dst = 0;
-    LinkReference::Pixel(link, &top, 16, &dst, 16);
-    EXPECT_EQ(dst, expected);
-}
-
-TEST(LinkReferenceRules, LazyPixelComputesOnlyItsSimplexNodes) {
+TEST(LinkGenericLazy, LazyPixelComputesOnlyItsSimplexNodes) {
     InvertingLink link;
     link.Init(3, 3, 9, 1);
     link.Finish(false, false, nullptr);
@@ -343,54 +280,4 @@ TEST(LinkReferenceRules, LazyPixelComputesOnlyItsSimplexNodes) {
     EXPECT_EQ(link.nodeCalls.load(), 4);  // n + 1 nodes of 512
     // Inverting is linear: the interpolated pixel is the inverted position, up to rounding.
     EXPECT_NEAR(double(dst[1]), double(0xFFFF - 30000), 2.0);
-}
-
-TEST(LinkReferenceRules, FourChannelsSplitChannelThreeLinearly) {
-    TKLinkGeneric link;
-    link.Init(4, 4, 3, 0);
-    link.Finish(false, false, nullptr);
-    const uint32_t src[4] = {0x4000, 0x2000, 0x6000, 0x1000};
-    uint32_t split[4], simplex[4];
-    LinkReference::Pixel(link, src, 16, split, 16, true);
-    LinkReference::Pixel(link, src, 16, simplex, 16, false);
-    for (int32_t c = 0; c < 4; ++c) {
-        EXPECT_EQ(split[c], src[c]) << c;  // an identity grid is linear in every form
-        EXPECT_EQ(simplex[c], src[c]) << c;
-    }
-}
-
-TEST(LinkReferenceRules, DividedCellsOnAShiftGridKeepTheTopFractionBelowCell) {
-    TKLinkGeneric link;
-    link.Init(1, 1, 17, 0);
-    link.Finish(false, false, nullptr);
-    using LinkReference::Cells;
-    EXPECT_EQ(LinkReference::CellSize(link, Cells::kDivided), 4096u);  // (17 + 65533) / 16
-    const uint32_t top = 0xFFFF;
-    uint32_t shifted = 0, divided = 0;
-    LinkReference::Pixel(link, &top, 16, &shifted, 16, true, Cells::kShifted);
-    LinkReference::Pixel(link, &top, 16, &divided, 16, true, Cells::kDivided);
-    EXPECT_EQ(shifted, 0xFFFFu);  // f = Cell: the last node exactly
-    // q = 15, r = 4095: node 15 (15 * 4096) and node 16 (0xFFFF) mix, truncated.
-    EXPECT_EQ(divided, (15u * 4096 * 1 + 0xFFFFu * 4095) / 4096);
-
-    TKLinkGeneric two;
-    two.Init(1, 1, 2, 0);
-    two.Finish(false, false, nullptr);
-    LinkReference::Pixel(two, &top, 16, &divided, 16, true, Cells::kDivided);
-    EXPECT_EQ(divided, 0xFFFFu);  // divided by Cell, not shifted by 16
-}
-
-TEST(LinkReferenceRules, DispatchPicksTheKernelFamily) {
-    using LinkReference::Cells;
-    TKLinkGeneric link;
-    link.Init(3, 4, 17, 0);
-    EXPECT_EQ(LinkReference::DispatchedCells(link, 8, 16), Cells::kShifted);  // Match3
-    link.Init(3, 9, 17, 0);
-    EXPECT_EQ(LinkReference::DispatchedCells(link, 16, 16), Cells::kShifted);  // MatchShift16
-    EXPECT_EQ(LinkReference::DispatchedCells(link, 8, 16), Cells::kDivided);   // MatchGrid8To16
-    link.Init(5, 3, 9, 0);
-    EXPECT_EQ(LinkReference::DispatchedCells(link, 8, 8), Cells::kShifted);   // MatchShiftN8
-    EXPECT_EQ(LinkReference::DispatchedCells(link, 8, 16), Cells::kDivided);  // MatchGridN8To16
-    link.Init(4, 3, 11, 0);
-    EXPECT_EQ(LinkReference::DispatchedCells(link, 16, 16), Cells::kDivided);  // MatchGridN16
 }

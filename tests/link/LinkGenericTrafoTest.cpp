@@ -313,31 +313,6 @@ TEST(LinkResample, ACopyAtAnotherGridFollowsTheOriginal) {
     EXPECT_EQ(finer->GetDstType(0), kCMYK);
 }
 
-TEST(LinkLazy, ThreadsFinishALazyLinkTogether) {
-    auto* complement = new Complement;
-    complement->AddRef();
-    TKRefPtr<TKReferenceLinkTrafo> link = TKMakeRef<TKReferenceLinkTrafo>();
-    link->CalcFromTrafo(Chain({complement}).Get(), 5, 1, nullptr);
-    std::vector<std::thread> threads;
-    std::atomic<int32_t> wrong{0};
-    for (int32_t t = 0; t < 4; ++t)
-        threads.emplace_back([&, t] {
-            for (int32_t i = 0; i < 400; ++i) {
-                const double r = 255.0 * ((i * 7 + t) % 5) / 4.0, g = 255.0 * ((i / 5 + t) % 5) / 4.0,
-                             b = 255.0 * (i / 25 % 5) / 4.0;
-                const TKVector at = link->Trafo(TKVector({r, g, b}, kRGB));
-                if (std::fabs(at[0] - (100.0 - r / 2.55)) > 0.01) wrong.fetch_add(1);
-            }
-        });
-    for (auto& thread : threads) thread.join();
-    EXPECT_EQ(wrong.load(), 0);
-    EXPECT_TRUE(link->IsComplete());  // every node of the 5^3 grid was a corner of some pixel
-    EXPECT_EQ(complement->calls.load(), 125);
-    EXPECT_EQ(link->GetMainTrafo(), nullptr);
-    EXPECT_EQ(complement->RefCount(), 1);
-    complement->Release();
-}
-
 TEST(LinkResample, NodesCanBeFilledThroughAnotherLinksMatch) {
     // The path ResampleFrom takes: each node of a finer grid is a pixel of the coarser link.
     TKRefPtr<TKReferenceLinkTrafo> coarse = TKMakeRef<TKReferenceLinkTrafo>();

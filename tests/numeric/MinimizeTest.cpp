@@ -89,40 +89,20 @@ TKVector V(std::initializer_list<double> v) { return TKVector(v); }
 
 // ---- counted steps of the pattern search ------------------------------------------------
 
-TEST(MinimizeHooke, DefaultsOfTheConstructor) {
-    Bowl bowl;
-    TKMinimizeHooke m(&bowl);
-    EXPECT_EQ(m.GetMaxIterations(), 1000);
-    EXPECT_EQ(m.GetStartStep(), 1.0);
-    EXPECT_EQ(m.GetMinStep(), 0.01);
-    EXPECT_EQ(m.GetRho(), 0.7);
-    EXPECT_EQ(m.GetMinError(), 0.01);
-    EXPECT_EQ(m.GetError(), DBL_MAX);
-    EXPECT_EQ(m.GetIterations(), 0);
-}
-
-TEST(MinimizeHooke, ErrorReachedAtTheStartMakesNoMove) {
-    Bowl bowl(0.005);
-    TKMinimizeHooke m(&bowl);
-    const TKVector start = V({1.0, 2.0});
-    TKVector result;
-    m.Minimize(start, result);
-    EXPECT_TRUE(m.IsFinished());
-    EXPECT_EQ(m.GetIterations(), 0);
-    EXPECT_EQ(m.GetEvaluations(), 1);
-    EXPECT_FALSE(result.Differs(start));
-    EXPECT_DOUBLE_EQ(m.GetError(), 0.005);
-}
-
-TEST(MinimizeHooke, StepBelowMinStepEndsBeforeTheFirstIteration) {
-    Bowl bowl;
-    TKMinimizeHooke m(&bowl);
-    m.SetStartStep(0.005);
-    TKVector result;
-    m.Minimize(V({5.0, 5.0}), result);
-    EXPECT_EQ(m.GetIterations(), 0);
-    EXPECT_EQ(m.GetEvaluations(), 1);
-    EXPECT_FALSE(result.Differs(V({5.0, 5.0})));
+// A start that already meets the error goal, or a start step below the smallest step, ends the
+// search before the first iteration, after the one evaluation of the start.
+TEST(MinimizeHooke, NoIterationWhenTheStartIsGoodEnoughOrTheStepTooSmall) {
+    for (bool smallStep : {false, true}) {
+        Bowl bowl(smallStep ? 1.0 : 0.005);
+        TKMinimizeHooke m(&bowl);
+        if (smallStep) m.SetStartStep(0.005);
+        const TKVector start = smallStep ? V({5.0, 5.0}) : V({1.0, 2.0});
+        TKVector result;
+        m.Minimize(start, result);
+        EXPECT_EQ(m.GetIterations(), 0);
+        EXPECT_EQ(m.GetEvaluations(), 1);
+        EXPECT_FALSE(result.Differs(start));
+    }
 }
 
 // At the minimum every exploration fails; 0.7^13 = 0.0097 is the first power below 0.01.
@@ -263,7 +243,9 @@ TEST(MinimizeHookePlus, SwarmIsReproducibleAndNeverWorseThanTheStart) {
         EXPECT_LE(value, f.Error(V({-1.2, 1.0}), out));
         EXPECT_DOUBLE_EQ(value, f.Error(point, out));
         *result = point;
-        if (evaluations) EXPECT_EQ(m.GetEvaluations(), evaluations);
+        if (evaluations) {
+            EXPECT_EQ(m.GetEvaluations(), evaluations);
+        }
         evaluations = m.GetEvaluations();
     }
     EXPECT_FALSE(first.Differs(second));

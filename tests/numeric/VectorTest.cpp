@@ -15,16 +15,6 @@ TKVector Iota(int32_t n, double start = 0.0) {
 }
 }  // namespace
 
-TEST(Vector, SmallVectorsLiveInline) {
-    TKVector a(8, Sig("CMYK"), 2.0);
-    TKVector b(a);
-    EXPECT_FALSE(a.IsShared());
-    b[0] = 5.0;
-    EXPECT_EQ(a[0], 2.0);
-    EXPECT_EQ(b.GetType(), Sig("CMYK"));
-    EXPECT_EQ(b.GetDim(), 8);
-}
-
 TEST(Vector, LargeVectorsShareUntilWritten) {
     TKVector a = Iota(9);
     TKVector b(a);

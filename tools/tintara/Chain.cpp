@@ -29,14 +29,17 @@ struct ProfileDeleter {
     void operator()(TKICCProfile* profile) const { TKFreeICCProfileRef(profile); }
 };
 
+// The intent bit that asks for a table into device values refined by inverse search.
+constexpr int32_t kRefineIntentBit = 0x40;
+
 // The connection space to device trafo of one profile.
-Ref FromConnectionSpace(const ChainOptions::Member& member) {
+Ref FromConnectionSpace(const ChainOptions::Member& member, bool refine) {
     std::unique_ptr<TKICCProfile, ProfileDeleter> profile(TKNewICCProfileRef());
     if (!profile) throw Failure("cannot create a profile object");
     FileSpec spec(member.path);
     Check(TKReadProfile(profile.get(), spec.get()), "reading profile " + member.path);
     Ref trafo;
-    Check(TKGetICCProfileTrafo(trafo.out(), profile.get(), 0, member.intent),
+    Check(TKGetICCProfileTrafo(trafo.out(), profile.get(), 0, member.intent | (refine ? kRefineIntentBit : 0)),
           "building the connection space to device trafo of " + member.path);
     return trafo;
 }
@@ -52,8 +55,13 @@ const char* ChainUsage() {
                  "                       absolute, header, or 0-3, 20-25 (default perceptual)\n"
                  "  -p, --profile FILE   an ICC profile of the chain (up to ten, in order)\n"
                  "  -l, --link FILE      a saved device link instead of profiles\n"
+                 "  -m, --merge FILE     a device-link profile of a merge link for spot colours: the\n"
+                 "                       first maps the process colours, each further one adds its own\n"
+                 "                       extra channels (CMYK + a spot to CMYK); repeat in channel order\n"
                  "      --from lab|xyz   start in the connection space of the one profile\n"
                  "      --to lab|xyz     end in the connection space of the one profile\n"
+                 "      --refine         refine each table into device values by searching the ink\n"
+                 "                       whose colour its forward table meets (slower, more exact)\n"
                : "  -l, --link FILE      a saved device link\n"
                  "  (this build of the library has no profile functions; profile chains are not offered)\n";
 }
@@ -66,6 +74,11 @@ bool ChainOptions::Take(Args& args) {
         return true;
     }
     if (!HaveProfiles()) return false;
+    if (word == "-m" || word == "--merge") {
+        args.Take();
+        merge.push_back(args.Value(word));
+        return true;
+    }
     if (word == "-i" || word == "--intent") {
         args.Take();
         intent = ParseIntent(args.Value(word));
@@ -73,6 +86,9 @@ bool ChainOptions::Take(Args& args) {
         args.Take();
         if (profiles.size() == 10) throw UsageError("a chain holds at most ten profiles");
         profiles.push_back({args.Value(word), intent});
+    } else if (word == "--refine") {
+        args.Take();
+        refine = true;
     } else if (word == "--from") {
         args.Take();
         pcsIn = PcsType(args.Value(word), word);
@@ -94,7 +110,27 @@ Ref LoadLink(const std::string& path) {
     return link;
 }
 
+Ref BuildMergeLink(const ChainOptions& chain, int32_t gridBits) {
+    if (!chain.link.empty() || !chain.profiles.empty())
+        throw UsageError("give either merge-link profiles (-m) or a link or profiles, not both");
+    if (chain.pcsIn || chain.pcsOut) throw UsageError("--from and --to do not apply to a merge link");
+    std::vector<std::unique_ptr<FileSpec>> specs;
+    std::vector<TKFileSpec*> pointers;
+    for (const std::string& path : chain.merge) {
+        RequireReadable(path);
+        specs.push_back(std::make_unique<FileSpec>(path));
+        pointers.push_back(specs.back()->get());
+    }
+    const std::vector<int32_t> grids(pointers.size(), gridBits);
+    Ref link(TKNewTKMCLink16Ref());
+    if (!link.get()) throw Failure("cannot create a merge link object");
+    Check(TKDLProfiles2MCLink16(link.get(), int32_t(pointers.size()), pointers.data(), grids.data()),
+          "building the merge link of " + std::to_string(pointers.size()) + " device-link profiles");
+    return link;
+}
+
 Ref BuildTrafo(const ChainOptions& chain) {
+    if (!chain.merge.empty()) throw UsageError("a merge link (-m) cannot be used here");
     if (!chain.link.empty()) {
         if (!chain.profiles.empty()) throw UsageError("give either a link or profiles, not both");
         if (chain.pcsIn || chain.pcsOut) throw UsageError("--from and --to need profiles, not a link");
@@ -107,7 +143,7 @@ Ref BuildTrafo(const ChainOptions& chain) {
 #if TINTARA_HOST_PROFILES
     if (chain.pcsIn) {
         if (chain.pcsOut) throw UsageError("--from and --to together make no trafo");
-        return FromConnectionSpace(chain.profiles.front());
+        return FromConnectionSpace(chain.profiles.front(), chain.refine);
     }
     std::vector<std::unique_ptr<FileSpec>> specs;
     std::vector<TKFileSpec*> pointers;
@@ -116,7 +152,7 @@ Ref BuildTrafo(const ChainOptions& chain) {
     for (const auto& member : chain.profiles) {
         specs.push_back(std::make_unique<FileSpec>(member.path));
         pointers.push_back(specs.back()->get());
-        intents.push_back(member.intent);
+        intents.push_back(member.intent | (chain.refine ? kRefineIntentBit : 0));
         names += (names.empty() ? "" : " -> ") + member.path;
     }
     Ref trafo;

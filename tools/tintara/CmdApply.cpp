@@ -11,6 +11,7 @@
 #include "Image.h"
 #include "LinkBake.h"
 #include "MatchImage.h"
+#include "PureColours.h"
 
 namespace host {
 
@@ -24,7 +25,7 @@ const char* const kUsage =
     "options:\n";
 
 // The output raster: the source's size and tags, the link's channels, the same extra samples.
-Image Prepare(const Image& in, TKLinkRef link, const std::string& inName) {
+Image Prepare(const Image& in, TKLinkRef link, const std::string& inName, uint64_t maxImageBytes) {
     const int32_t srcDim = TKGetTrafoSrcDim(link), dstDim = TKGetTrafoDstDim(link);
     if (srcDim != in.ColourChannels())
         throw Failure(inName + " has " + std::to_string(in.ColourChannels()) + " colour channels; the trafo takes " +
@@ -40,7 +41,7 @@ Image Prepare(const Image& in, TKLinkRef link, const std::string& inName) {
                                                                          : PHOTOMETRIC_SEPARATED;
     out.inkSet = (dstDim == 4 && dstType != SignatureFrom("mc4A")) ? INKSET_CMYK : INKSET_MULTIINK;
     out.iccProfile.clear();
-    out.Allocate(false);  // every sample is matched or copied into it
+    out.Allocate(false, maxImageBytes);  // every sample is matched or copied into it
     return out;
 }
 
@@ -48,11 +49,13 @@ Image Prepare(const Image& in, TKLinkRef link, const std::string& inName) {
 
 int RunApply(Args& args) {
     ChainOptions chain;
+    PureOptions pure;
     int32_t gridBits = 0;
     int threads = int(std::max(1u, std::thread::hardware_concurrency()));
     std::string embed, compression;
     bool noEmbed = false;
     int layout = 0;  // 0 keep, 1 interleaved, 2 planar
+    uint64_t maxImageBytes = kMaxImageBytes;
     std::vector<std::string> files;
     while (!args.Done()) {
         if (WantsHelp(args, kUsage)) {
@@ -62,11 +65,12 @@ int RunApply(Args& args) {
                         "  -e, --embed FILE     profile to embed (default: the chain's last profile)\n"
                         "      --no-embed       embed no profile\n"
                         "  -c, --compression C  none, lzw, deflate or packbits (default: the source's)\n"
-                        "      --planar, --interleaved  sample layout of the output (default: the source's)\n",
-                        ChainUsage());
+                        "      --planar, --interleaved  sample layout of the output (default: the source's)\n"
+                        "      --max-image MIB  largest decoded input or output image, 1-4096 (default 4096)\n%s",
+                        ChainUsage(), PureUsage());
             return 0;
         }
-        if (chain.Take(args)) continue;
+        if (chain.Take(args) || pure.Take(args)) continue;
         const std::string word = args.Take();
         if (word == "-g" || word == "--grid") gridBits = args.IntValue(word, 1, 6);
         else if (word == "-t" || word == "--threads") threads = args.IntValue(word, 1, 256);
@@ -75,6 +79,7 @@ int RunApply(Args& args) {
         else if (word == "-c" || word == "--compression") compression = args.Value(word);
         else if (word == "--planar") layout = 2;
         else if (word == "--interleaved") layout = 1;
+        else if (word == "--max-image") maxImageBytes = uint64_t(args.IntValue(word, 1, int(kMaxImageBytes >> 20))) << 20;
         else if (IsOption(word)) throw UsageError("unknown option " + word);
         else files.push_back(word);
     }
@@ -90,17 +95,22 @@ int RunApply(Args& args) {
     // needs the other. Should the setup fail, leaving this scope waits for the read to end.
     double readSeconds = 0;
     std::future<Image> reading =
-        std::async(threads > 1 ? std::launch::async : std::launch::deferred, [&inName, &readSeconds] {
+        std::async(threads > 1 ? std::launch::async : std::launch::deferred, [&inName, &readSeconds, maxImageBytes] {
             const auto readStart = std::chrono::steady_clock::now();
-            Image image = ReadTiff(inName);
+            Image image = ReadTiff(inName, maxImageBytes);
             readSeconds = SecondsSince(readStart);
             return image;
         });
-    Ref trafo = BuildTrafo(chain);
+    // Pure colours are baked into a new link, also around a saved one.
     double bakeSeconds = 0;
+    const bool merged = !chain.merge.empty();
+    if (merged && pure.Any()) throw UsageError("pure colours are not kept through a merge link");
+    const auto setupStart = std::chrono::steady_clock::now();
+    Ref trafo = merged ? BuildMergeLink(chain, gridBits) : pure.Apply(BuildTrafo(chain));
+    if (merged) bakeSeconds = SecondsSince(setupStart);
     Ref baked;
     TKLinkRef link = trafo.get();
-    if (chain.link.empty()) {
+    if (!merged && (chain.link.empty() || pure.Any())) {
         baked = BakeLink(trafo.get(), gridBits, bakeSeconds);
         link = baked.get();
     }
@@ -109,7 +119,7 @@ int RunApply(Args& args) {
     if (!profileName.empty()) profile = ReadFileBytes(profileName);
 
     const Image in = reading.get();
-    Image out = Prepare(in, link, inName);
+    Image out = Prepare(in, link, inName, maxImageBytes);
     out.iccProfile = profile;
     if (outCompression) {
         out.compression = outCompression;
@@ -127,7 +137,7 @@ int RunApply(Args& args) {
     if (layout != 0 && (layout == 2) != out.planar) {
         Image relaid(static_cast<const ImageShape&>(out));
         relaid.planar = layout == 2;
-        relaid.Allocate(false);
+        relaid.Allocate(false, maxImageBytes);
         const uint32_t bytes = out.BytesPerSample();
         for (uint32_t y = 0; y < out.height; ++y)
             for (uint32_t x = 0; x < out.width; ++x)
@@ -149,7 +159,10 @@ int RunApply(Args& args) {
                 in.planar ? "planar" : "interleaved", in.ColourChannels(), out.ColourChannels(),
                 in.extra ? (" + " + std::to_string(in.extra) + " extra").c_str() : "",
                 profileName.empty() ? "no profile embedded" : ("embedded " + profileName).c_str());
-    if (chain.link.empty()) {
+    if (merged) {
+        std::printf("  merge link of %zu device-link profiles set up in %.2f s, %d extra channels merged\n",
+                    chain.merge.size(), bakeSeconds, in.ColourChannels() - out.ColourChannels());
+    } else if (chain.link.empty() || pure.Any()) {
         const LinkShape shape = ShapeOf(link);
         std::printf("  link set up in %.2f s, grid %s\n", bakeSeconds, shape.Text().c_str());
     }

@@ -29,6 +29,8 @@ const Command kCommands[] = {
     {"link", host::RunLink, "build a device link from a profile chain and save it"},
     {"apply", host::RunApply, "convert a TIFF image through a profile chain or a link"},
     {"testimage", host::RunTestImage, "write a test image of gradients and colour patches"},
+    {"calibrate", host::RunCalibrate, "calibration curves from measured step wedges"},
+    {"chart", host::RunChart, "show or convert a measurement file (CGATS)"},
 };
 
 void Usage(FILE* out) {

@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "../HostSupport.h"
 #include "../Image.h"
 #include "tintara.h"
 
@@ -385,6 +386,62 @@ TEST_F(Host, DamagedStripsFailCleanly) {
     EXPECT_EQ(Files(), before);
 }
 
+// A deflate TIFF of zeros in many strips; with `shareOffsets` every strip entry points at the
+// first strip's bytes, so that little data claims a large image.
+void WriteStripTiff(const std::string& path, uint32_t width, uint32_t height, uint32_t rowsPerStrip,
+                    bool shareOffsets) {
+    TIFF* t = TIFFOpen(path.c_str(), "w");
+    ASSERT_NE(t, nullptr);
+    TIFFSetField(t, TIFFTAG_IMAGEWIDTH, width);
+    TIFFSetField(t, TIFFTAG_IMAGELENGTH, height);
+    TIFFSetField(t, TIFFTAG_BITSPERSAMPLE, 8);
+    TIFFSetField(t, TIFFTAG_SAMPLESPERPIXEL, 1);
+    TIFFSetField(t, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+    TIFFSetField(t, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
+    TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, rowsPerStrip);
+    std::vector<uint8_t> strip(size_t(width) * rowsPerStrip, 0);
+    for (uint32_t s = 0; s < height / rowsPerStrip; ++s)
+        ASSERT_GE(TIFFWriteEncodedStrip(t, s, strip.data(), tmsize_t(strip.size())), 0);
+    TIFFClose(t);
+    if (!shareOffsets) return;
+    // Little-endian classic TIFF: the first directory's StripOffsets (273) array gets its first value everywhere.
+    std::string bytes = Slurp(path);
+    auto u16 = [&](size_t at) { return uint32_t(uint8_t(bytes[at])) | uint32_t(uint8_t(bytes[at + 1])) << 8; };
+    auto u32 = [&](size_t at) { return u16(at) | u16(at + 2) << 16; };
+    ASSERT_EQ(bytes.substr(0, 2), "II");
+    const size_t ifd = u32(4);
+    for (uint32_t e = 0; e < u16(ifd); ++e) {
+        const size_t entry = ifd + 2 + 12 * e;
+        if (u16(entry) != TIFFTAG_STRIPOFFSETS) continue;
+        ASSERT_EQ(u16(entry + 2), uint32_t(TIFF_LONG));
+        const size_t array = u32(entry + 8);
+        for (uint32_t i = 1; i < u32(entry + 4); ++i) bytes.replace(array + 4 * i, 4, bytes, array, 4);
+    }
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+TEST_F(Host, StripsSharingTheirBytesAreRefusedBeforeAllocating) {
+    // 4096 x 4096 zeros in 256 strips: a few kilobytes on disk for 16 MiB of pixels.
+    WriteStripTiff(Path("honest.tif"), 4096, 4096, 16, false);
+    EXPECT_EQ(host::ReadTiff(Path("honest.tif")).TotalBytes(), uint64_t(16) << 20);
+    WriteStripTiff(Path("shared.tif"), 4096, 4096, 16, true);
+    try {
+        host::ReadTiff(Path("shared.tif"));
+        ADD_FAILURE() << "read";
+    } catch (const host::Failure& failure) {
+        EXPECT_NE(std::string(failure.what()).find("too few"), std::string::npos) << failure.what();
+    }
+}
+
+TEST_F(Host, MaxImageLimitsInputAndOutput) {
+    ASSERT_EQ(Run("testimage -s 1200x900 '" + Path("in.tif") + "'").code, 0);  // 3.1 MiB of RGB
+    const std::string files = " '" + Path("in.tif") + "' '" + Path("o.tif") + "'";
+    ExpectOneLineError(Run("apply --max-image 3 -l '" + Link("rgb-to-rgb.lnk") + "'" + files), "3 MiB");
+    ExpectOneLineError(Run("apply --max-image 4 -l '" + Link("rgb-to-6.lnk") + "'" + files), "4 MiB");
+    EXPECT_EQ(Run("apply --max-image 7 -l '" + Link("rgb-to-6.lnk") + "'" + files).code, 0);
+    EXPECT_EQ(Run("apply --max-image 0 -l '" + Link("rgb-to-rgb.lnk") + "'" + files).code, 2);
+}
+
 TEST_F(Host, EveryCompressionKeepsThePixelsOfEveryStrip) {
     // 16-bit planar with alpha: many strips per plane, the last one short.
     ASSERT_EQ(Run("testimage -a -b 16 --planar -s 301x157 '" + Path("in.tif") + "'").code, 0);
@@ -443,6 +500,26 @@ TEST_F(Host, ConvertReachesBothConnectionSpaces) {
     }
 }
 
+// --refine searches the ink whose colour FOGRA39's forward table meets: from Lab the refined
+// ink lands within 0.2 dE76 of the colour asked for, closer than the plain table's ink.
+TEST_F(Host, RefineMeetsTheColourCloserThanTheTable) {
+    const std::string fogra = "'" + kData + "/FOGRA39L.icc'";
+    const std::vector<double> target = {50.0, 20.0, -30.0};
+    double error[2];
+    for (int refine = 0; refine < 2; ++refine) {
+        const Result ink = Run(std::string("convert ") + (refine ? "--refine " : "") + "-i relative --from lab -p " +
+                               fogra + " 50 20 -30");
+        ASSERT_EQ(ink.code, 0) << ink.err;
+        const Result lab = Run("convert -i relative -p " + fogra + " --to lab", ink.out);
+        ASSERT_EQ(lab.code, 0) << lab.err;
+        const std::vector<double> l = Numbers(lab.out);
+        ASSERT_EQ(l.size(), 3u) << lab.out;
+        error[refine] = std::hypot(l[0] - target[0], l[1] - target[1], l[2] - target[2]);
+    }
+    EXPECT_LT(error[1], 0.2);
+    EXPECT_LT(error[1], error[0]);
+}
+
 TEST_F(Host, ApplyThroughAProfileChainAgreesWithTheChainsLink) {
     const std::string chain = "-i perceptual -p '" + kData + "/sRGB.icc' -p '" + kData + "/FOGRA39L.icc'";
     ASSERT_EQ(Run("testimage -s 120x90 '" + Path("in.tif") + "'").code, 0);
@@ -468,6 +545,31 @@ TEST_F(Host, MissingOrDamagedProfilesFailCleanly) {
                        "junk.icc");
     EXPECT_EQ(Files(), before);
 }
+
+TEST_F(Host, LinksKeepPureColoursAndTheInkLimit) {
+    const std::string chain = "-i relative -p '" + kData + "/FOGRA39L.icc' -p '" + kData + "/FOGRA29L.icc'";
+    const Result made = Run("link " + chain + " -x 'PureBlack+PurePrimaries|PureSecondaries,PureWhite+4' --ink-limit 300 -o '" +
+                            Path("pure.lnk") + "'");
+    ASSERT_EQ(made.code, 0) << made.err;
+    EXPECT_NE(made.out.find("built with exceptions 0x10A5"), std::string::npos) << made.out;
+    const Result k = Run("convert -l '" + Path("pure.lnk") + "' 0 0 0 50 100 100 100 100 40 0 0 0");
+    ASSERT_EQ(k.code, 0) << k.err;
+    const std::vector<double> v = Numbers(k.out);
+    ASSERT_EQ(v.size(), 12u);
+    EXPECT_EQ(v[0] + v[1] + v[2], 0.0);
+    EXPECT_NEAR(v[3], 50.0, 0.1);
+    EXPECT_LE(v[4] + v[5] + v[6] + v[7], 300.1);
+    EXPECT_EQ(v[9] + v[10] + v[11], 0.0);
+    // Mode words that are no flags, and settings or limits that do not read, fail cleanly.
+    for (const char* bad : {"-x PureBlak", "-x ''", "-x 1+", "--ink-limit 300,x", "--ink-limit ''", "--exception-tolerance -1",
+                            "--exception-settings @" "/nonexistent/settings.txt"}) {
+        const Result r = Run("link " + chain + " " + bad + " -o '" + Path("bad.lnk") + "'");
+        EXPECT_NE(r.code, 0) << bad;
+        EXPECT_NE(r.err.find("tintara link"), std::string::npos) << bad;
+    }
+    EXPECT_EQ(Files(), std::vector<std::string>{"pure.lnk"});
+}
+
 #endif
 
 TEST_F(Host, UsageMistakesExitWithTwo) {
@@ -484,3 +586,155 @@ TEST_F(Host, UsageMistakesExitWithTwo) {
 }
 
 }  // namespace
+
+namespace {
+
+// Calibration from the simulated press's wedges (dot gain gamma 0.8) towards the same press
+// without dot gain: the curves are u^1.25, here at 50 % 42.04 %. The curve file, the device
+// link and its use by convert and apply agree.
+TEST_F(Host, CalibrateWritesCurvesAndALink) {
+    const std::string wedges = kData + "/../linearization/printcal-press.ti3";
+    const std::string reference = kData + "/../linearization/printcal-reference.ti3";
+    const Result r = Run("calibrate '" + wedges + "' -r '" + reference + "' -n 101 -o '" + Path("curves.txt") +
+                         "' -k '" + Path("curves.lnk") + "'");
+    ASSERT_EQ(r.code, 0) << r.err;
+    const std::string curves = Slurp(Path("curves.txt"));
+    const size_t row = curves.find("\n51 50.0000 ");
+    ASSERT_NE(row, std::string::npos) << curves.substr(0, 400);
+    std::istringstream fields(curves.substr(row + 12));
+    for (int c = 0; c < 4; ++c) {
+        double value = 0;
+        fields >> value;
+        EXPECT_NEAR(value, 42.04, 0.3) << c;
+    }
+    const Result converted = Run("convert -l '" + Path("curves.lnk") + "' 50 50 50 50");
+    ASSERT_EQ(converted.code, 0) << converted.err;
+    std::istringstream linked(converted.out);
+    for (int c = 0; c < 4; ++c) {
+        double value = 0;
+        linked >> value;
+        EXPECT_NEAR(value, 42.04, 0.3) << c;
+    }
+    ASSERT_EQ(Run("testimage --space cmyk -s 64x48 '" + Path("in.tif") + "'").code, 0);
+    ASSERT_EQ(Run("apply -l '" + Path("curves.lnk") + "' '" + Path("in.tif") + "' '" + Path("out.tif") + "'").code, 0);
+
+    // Bad input: one line and no output; a wrong number of limits is a command-line mistake.
+    const Result missing = Run("calibrate '" + Path("none.txt") + "' -o '" + Path("bad.txt") + "'");
+    EXPECT_EQ(missing.code, 1);
+    EXPECT_EQ(std::count(missing.err.begin(), missing.err.end(), '\n'), 1);
+    EXPECT_EQ(Run("calibrate '" + Path("curves.txt") + "'").code, 1);  // curves hold no measurements
+    EXPECT_EQ(Run("calibrate '" + wedges + "' -G").code, 1);             // no gray wedge
+    EXPECT_EQ(Run("calibrate '" + wedges + "' -L 100,90").code, 2);
+    EXPECT_EQ(Run("calibrate '" + wedges + "' -s 2,1 -o '" + Path("bad.txt") + "'").code, 1);
+    const std::vector<std::string> files = Files();
+    EXPECT_EQ(std::count(files.begin(), files.end(), "bad.txt"), 0);
+}
+
+}  // namespace
+
+// --- tintara chart ------------------------------------------------------------------------------
+
+TEST_F(Host, ChartInfoShowsKeywordsFieldsCountsAndTypes) {
+    const Result r = Run("chart info '" + kData + "/../charts/FOGRA39L.ti3'");
+    ASSERT_EQ(r.code, 0) << r.err;
+    for (const char* line : {"table 1: CTI3, 1617 samples", "  DESCRIPTOR = FOGRA39L", "  KEYWORD/0 = DEVICE_CLASS",
+                             "fields (11): SAMPLE_ID CMYK_C CMYK_M CMYK_Y CMYK_K XYZ_X XYZ_Y XYZ_Z LAB_L LAB_A LAB_B",
+                             "colour types: CMYK (device, 4 channels) XYZ (measured, 3 channels) Lab (measured, 3 channels)"})
+        EXPECT_NE(r.out.find(line), std::string::npos) << line << "\n" << r.out;
+    const Result bad = Run("chart info '" + kData + "/../charts/missing.ti3'");
+    EXPECT_EQ(bad.code, 1);
+    EXPECT_NE(bad.err.find("missing.ti3"), std::string::npos) << bad.err;
+}
+
+TEST_F(Host, ChartConvertWritesChosenTypesAndFields) {
+    const std::string in = kData + "/../charts/FOGRA39L.ti3";
+    struct Case {
+        std::string options;
+        std::vector<std::string> expected;
+    };
+    const Case cases[] = {
+        {"--to Lab --keep SAMPLE_ID,CMYK,Lab", {"CTI3\n", "SAMPLE_ID\tCMYK_C\tCMYK_M\tCMYK_Y\tCMYK_K\tLAB_L\tLAB_A\tLAB_B\n",
+                                                 "NUMBER_OF_SETS 1617\n", "\n9\t0.000\t100.000\t0.000\t0.000\t48.000\t74.000\t-3.000\n"}},
+        {"--merge --keep CMYK,XYZ", {"NUMBER_OF_SETS 1588\n", "CMYK_C\tCMYK_M\tCMYK_Y\tCMYK_K\tXYZ_X\tXYZ_Y\tXYZ_Z\n"}},
+        {"--csc", {"% CSC gammut file\n% Version: 2\n\n% Cyan;Magenta;Yellow;Black;L;a;b\n",
+                   "0.00;100.00;0.00;0.00;48.00;74.00;-3.00;\n"}},
+    };
+    for (const Case& c : cases) {
+        const Result r = Run("chart convert '" + in + "' '" + Path("out.txt") + "' " + c.options);
+        ASSERT_EQ(r.code, 0) << c.options << ": " << r.err;
+        const std::string text = Slurp(Path("out.txt"));
+        for (const std::string& piece : c.expected) EXPECT_NE(text.find(piece), std::string::npos) << c.options << ": " << piece;
+    }
+    for (const char* options : {"--keep Foo", "--to CMYK", "--to Lab --add XYZ", "", "--bogus"}) {
+        const Result r = Run("chart convert '" + in + "' '" + Path("bad.txt") + "' " + options + (*options ? "" : " extra"));
+        EXPECT_NE(r.code, 0) << options;
+        const std::vector<std::string> files = Files();
+        EXPECT_EQ(std::count(files.begin(), files.end(), "bad.txt"), 0) << options << ": no partial output";
+    }
+}
+
+// ---- Merge links of device-link profiles ----
+
+#if TINTARA_HOST_PROFILES
+TEST_F(Host, MergeLinkMatchesSixInkRastersWithSpots) {
+    const std::string merge =
+        " -m '" + Link("press.icc") + "' -m '" + Link("orange.icc") + "' -m '" + Link("green.icc") + "' ";
+    const Result described = Run("link" + merge);
+    ASSERT_EQ(described.code, 0) << described.err;
+    EXPECT_NE(described.out.find("(6) -> CMYK (4) of 3 device-link profiles"), std::string::npos) << described.out;
+    EXPECT_EQ(Run("link" + merge + "-o '" + Path("x.lnk") + "'").code, 2);
+    EXPECT_EQ(Run("link" + merge + "-l '" + Link("rgb-to-6.lnk") + "'").code, 2);
+
+    // The library's own view of the merge link, colour by colour.
+    TKLinkRef link = TKNewTKMCLink16Ref();
+    std::vector<TKFileSpec*> specs;
+    for (const char* name : {"press.icc", "orange.icc", "green.icc"})
+        specs.push_back(TKName2FileSpec(TKNewFileSpecRef(), Link(name).c_str()));
+    ASSERT_EQ(TKDLProfiles2MCLink16(link, 3, specs.data(), nullptr), 0);
+    for (TKFileSpec* spec : specs) TKFreeFileSpecRef(spec);
+
+    for (const char* layout : {"", "--planar"})
+        for (const char* bits : {"8", "16"})
+            for (bool emptySpots : {false, true}) {
+                SCOPED_TRACE(std::string(layout) + " " + bits + (emptySpots ? " empty spots" : " spots"));
+                // Six inks and an alpha from the RGB test image; spots cleared on request.
+                ASSERT_EQ(Run(std::string("testimage -a -b ") + bits + " " + layout + " -s 90x70 '" + Path("in.tif") + "'").code, 0);
+                ASSERT_EQ(Run("apply -l '" + Link("rgb-to-6.lnk") + "' '" + Path("in.tif") + "' '" + Path("six.tif") + "'").code, 0);
+                host::Image six = host::ReadTiff(Path("six.tif"));
+                if (emptySpots) {
+                    for (uint32_t y = 0; y < six.height; ++y)
+                        for (uint32_t x = 0; x < six.width; ++x)
+                            for (uint16_t s : {4, 5}) {
+                                const uint64_t pixel = uint64_t(y) * six.width + x;
+                                const uint64_t at = (six.planar ? pixel : pixel * six.samples + s) * six.BytesPerSample();
+                                for (uint32_t b = 0; b < six.BytesPerSample(); ++b) six.planes[six.planar ? s : 0][at + b] = 0;
+                            }
+                    host::WriteTiff(Path("six.tif"), six, "six.tif");
+                }
+                const Result applied = Run("apply" + merge + "'" + Path("six.tif") + "' '" + Path("out.tif") + "'");
+                ASSERT_EQ(applied.code, 0) << applied.err;
+                EXPECT_NE(applied.out.find("2 extra channels merged"), std::string::npos) << applied.out;
+                const host::Image out = host::ReadTiff(Path("out.tif"));
+                ASSERT_EQ(out.samples, 5);
+                ASSERT_EQ(out.extra, 1);
+                EXPECT_EQ(out.inkSet, INKSET_CMYK);
+                EXPECT_EQ(out.planar, six.planar);
+                const double full = six.bits == 16 ? 65535.0 : 255.0;
+                double largest = 0;
+                uint32_t alphaDiffers = 0;
+                for (uint32_t y = 0; y < six.height; y += 3)
+                    for (uint32_t x = 0; x < six.width; ++x) {
+                        double src[6], dst[4];
+                        for (uint16_t c = 0; c < 6; ++c) src[c] = Sample(six, x, y, c) / full * 100.0;
+                        ASSERT_EQ(TKDoTrafo(link, src, dst), 0);
+                        for (uint16_t o = 0; o < 4; ++o)
+                            largest = std::max(largest, std::fabs(Sample(out, x, y, o) - dst[o] / 100.0 * full));
+                        alphaDiffers += Sample(six, x, y, 6) != Sample(out, x, y, 4);
+                    }
+                // 8 bits: one code; 16 bits: a spot member at 0 is the identity within its table's rounding.
+                EXPECT_LE(largest, six.bits == 16 ? 40.0 : 1.0);
+                EXPECT_EQ(alphaDiffers, 0u);
+            }
+    TKFreeTKLink16Ref(link);
+}
+#endif

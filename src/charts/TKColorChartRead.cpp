@@ -1,0 +1,57 @@
+// Reading a chart file: the format is told by the content.
+#include <cstring>
+
+#include "charts/TKColorChart.h"
+#include "charts/TKIT8Reader.h"
+#include "io/TKFile.h"
+
+namespace {
+
+// The name of the root element of an XML text, or empty.
+TKString XMLRoot(const char* text, size_t length) {
+    const char* end = text + length;
+    const char* p = text;
+    while (p < end) {
+        p = static_cast<const char*>(std::memchr(p, '<', size_t(end - p)));
+        if (!p || p + 1 >= end) return TKString();
+        ++p;
+        if (*p == '?' || *p == '!') continue;  // the declaration, comments, a document type
+        const char* start = p;
+        while (p < end && *p != '>' && *p != '/' && *p != ' ' && *p != '\t' && *p != '\r' && *p != '\n') ++p;
+        return TKString(start, int32_t(p - start));
+    }
+    return TKString();
+}
+
+}  // namespace
+
+void TKColorChart::ReadText(const TKString& text, const char* name) {
+    const char* bytes = text.CString();
+    size_t length = size_t(text.Length());
+    if (length >= 3 && !std::memcmp(bytes, "\xEF\xBB\xBF", 3)) {
+        bytes += 3;  // a UTF-8 byte order mark
+        length -= 3;
+    }
+    size_t skip = 0;
+    while (skip < length && (bytes[skip] == ' ' || bytes[skip] == '\t' || bytes[skip] == '\r' || bytes[skip] == '\n')) ++skip;
+    if (length - skip >= 5 && !std::memcmp(bytes + skip, "<?xml", 5)) {
+        const TKString root = XMLRoot(bytes + skip, length - skip);
+        if (root == "cc:CxF" || root == "CxF" || root == "iso28178")
+            TKThrowMsg(FeatureMissing, TKString::Format("The XML chart \"%s\" (%s) is not read by this version", name, root.CString()));
+        TKThrowMsg(FormatErr, TKString::Format("The file \"%s\" is not a valid CGATS XML file!", name));
+    }
+    IT8Format2ChartReader reader(*this);
+    reader.ReadString(TKString(bytes, int32_t(length)));
+}
+
+void TKColorChart::Read(const TKFileSpec& spec) {
+    TKString text;
+    {
+        TKFile file(spec, 1);
+        file.ReadString(text, -1);
+    }
+    TKColorChart read;
+    read.ReadText(text, spec.FullName().CString());
+    read.fFile = spec;
+    Swap(read);
+}
