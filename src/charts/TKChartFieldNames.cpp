@@ -57,16 +57,23 @@ const NameTable& Names() {
     return table;
 }
 
-// The spectral channel whose wavelength the field holds as a number of its own, or -1.
+// The spectral channel whose wavelength the field holds as a number of its own, or -1. Three
+// digits are nanometres ("SPEC_380", "nm400"); six digits are nanometres with three decimals
+// written without their point ("SPEC_380000"), as some spectral files name their bands.
 int32_t WavelengthChannel(const char* field) {
     for (const char* p = field; *p; ++p) {
         if (*p < '0' || *p > '9' || (p > field && p[-1] >= '0' && p[-1] <= '9')) continue;
-        int32_t value = 0, digits = 0;
-        while (p[digits] >= '0' && p[digits] <= '9' && digits < 4) value = value * 10 + (p[digits++] - '0');
-        if (digits != 3 || (p[digits] >= '0' && p[digits] <= '9')) continue;
+        int64_t value = 0;
+        int32_t digits = 0;
+        while (p[digits] >= '0' && p[digits] <= '9' && digits < 7) value = value * 10 + (p[digits++] - '0');
+        if (p[digits] >= '0' && p[digits] <= '9') continue;
+        if (digits == 6 && value % 1000 == 0)
+            value /= 1000;
+        else if (digits != 3)
+            continue;
         if (value >= kTKSpectralStartNM && value % kTKSpectralStepNM == 0 &&
             (value - kTKSpectralStartNM) / kTKSpectralStepNM < kTKSpectralChannels)
-            return (value - kTKSpectralStartNM) / kTKSpectralStepNM;
+            return int32_t(value - kTKSpectralStartNM) / kTKSpectralStepNM;
     }
     return -1;
 }

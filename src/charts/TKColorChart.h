@@ -133,10 +133,17 @@ public:
     // same count and types (DimMismatch, WrongDataType). Device values, texts and header come
     // from the first chart.
     static TKRefPtr<TKColorChart> Average(const std::vector<const TKColorChart*>& charts);
-    // Adds (or replaces) the measured values in `type`, converted through the colour layer from
-    // the best source the chart holds: a spectrum before XYZ before any other CIE type.
-    // WrongDataType when there is no measured type or `type` is no CIE type.
+    // Adds the measured values in `type`, converted through the colour layer from the best
+    // source the chart holds: a spectrum before XYZ before any other CIE type. A chart that
+    // already holds `type` keeps it. WrongDataType when there is no measured type or `type` is no
+    // CIE type.
     void ConvertMeasured(uint32_t type);
+
+    // The data base form: "DCSType" and "CIEType" (signatures), "Name", "ImportDate",
+    // "ChannelNames" (";" between names) and "Data" with sections "DCS" and "CIE" of one entry
+    // per sample holding its values. FormatErr names the entry that does not read.
+    static TKRefPtr<TKColorChart> FromDataBase(const TKDataBase& base);
+    TKRefPtr<TKDataBase> ToDataBase() const;
 
     // Equal samples, colour values, texts, fields, keywords and further tables. The first
     // difference is described in `difference` if given.

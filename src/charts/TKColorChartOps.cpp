@@ -150,13 +150,13 @@ TKRefPtr<TKColorChart> TKColorChart::Average(const std::vector<const TKColorChar
 void TKColorChart::ConvertMeasured(uint32_t type) {
     if (!IsCIESpace(type) || IsSpectralOrDensity(type))
         TKThrowMsg(WrongDataType, TKString::Format("Measured values cannot be converted to %s", GetTypeName(type).CString()));
+    if (HasType(type)) return;  // measured values in that type stay as measured
     uint32_t source = 0;
     for (uint32_t t : fContainers[1]->ColorTypes()) {
         auto rank = [](uint32_t x) { return IsSpectral(x) && x != TKDensSpace ? 0 : x == TKXYZSpace ? 1 : IsCIESpace(x) ? 2 : 3; };
         if (rank(t) < 3 && (!source || rank(t) < rank(source))) source = t;
     }
     if (!source) TKThrowMsg(WrongDataType, "The chart has no measured values to convert");
-    if (source == type) return;
     TKMatrix converted;
     ConvertColors(converted, type, Matrix(source));
     SetMatrix(converted);

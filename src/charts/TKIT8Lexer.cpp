@@ -1,7 +1,11 @@
 // The CGATS token and line reader.
 #include "charts/TKIT8Lexer.h"
 
+#include <algorithm>
+#include <charconv>
+#include <cmath>
 #include <cstdarg>
+#include <cstring>
 
 #include "foundation/TKError.h"
 #include "foundation/TKString.h"
@@ -44,7 +48,7 @@ bool TKIT8Lexer::SkipQuoted() {
             ++fPos;
             return true;
         }
-        if (c == '\\' && fPos + 1 < fEnd && fPos[1] == '"') {
+        if (c == '\\' && fPos + 1 < fEnd && (fPos[1] == '"' || fPos[1] == '\\')) {
             fPos += 2;
         } else if (c == '\n' || c == '\r') {
             SkipLineEnd();
@@ -81,6 +85,7 @@ bool TKIT8Lexer::Next(Token& token) {
         Fail(BufferTooSmall, token.line, "a token of %lld bytes (at most %d)", static_cast<long long>(fPos - start),
              int(kMaxToken));
     token.text = std::string_view(start, size_t(fPos - start));
+    token.endLine = fLine;
     return true;
 }
 
@@ -111,14 +116,32 @@ std::string_view TKIT8Lexer::RestOfLine(int32_t* line) {
 }
 
 void TKIT8Lexer::Unquote(std::string_view token, std::string& out) {
+    // Zero bytes are dropped: texts end at them everywhere else in the engine.
     out.clear();
     if (token.size() < 2 || token.front() != '"' || token.back() != '"') {
-        out.assign(token.data(), token.size());
+        for (char c : token)
+            if (c) out.push_back(c);
         return;
     }
     out.reserve(token.size() - 2);
     for (size_t i = 1; i + 1 < token.size(); ++i) {
-        if (token[i] == '\\' && i + 2 < token.size() && token[i + 1] == '"') ++i;
-        out.push_back(token[i]);
+        if (token[i] == '\\' && i + 2 < token.size() && (token[i + 1] == '"' || token[i + 1] == '\\')) ++i;
+        if (token[i]) out.push_back(token[i]);
     }
+}
+
+bool TKIT8Lexer::ParseNumber(std::string_view token, double& value) {
+    char buffer[64];
+    if (token.size() >= 2 && token.front() == '"' && token.back() == '"') token = token.substr(1, token.size() - 2);
+    if (!token.empty() && token.front() == '+') token.remove_prefix(1);
+    if (token.empty() || token.size() >= sizeof buffer) return false;
+    const char* first = token.data();
+    if (token.find(',') != std::string_view::npos) {
+        std::memcpy(buffer, token.data(), token.size());
+        std::replace(buffer, buffer + token.size(), ',', '.');
+        first = buffer;
+    }
+    const char* last = first + token.size();
+    const auto result = std::from_chars(first, last, value);
+    return result.ec == std::errc() && result.ptr == last && std::isfinite(value);
 }

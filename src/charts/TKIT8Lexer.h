@@ -16,12 +16,13 @@ public:
 
     struct Token {
         std::string_view text;  // quotes kept for quoted tokens
-        int32_t line = 0;
+        int32_t line = 0;     // where it begins
+        int32_t endLine = 0;  // where it ends: later for a quoted text over line ends
         bool quoted = false;
     };
     // The next token, skipping blanks, tabs, zero bytes, line ends and "#" comments to the end of
     // their line. A token that begins with '"' runs to the closing quote (which may be on a later
-    // line; \" stands for a quote). False at the end of the text.
+    // line; \" stands for a quote and \\ for a backslash). False at the end of the text.
     bool Next(Token& token);
     // The rest of the current line without its leading blanks and tabs and without a trailing
     // comment, for keyword values. A value that opens a quote and does not close it on the line
@@ -32,7 +33,12 @@ public:
     // Whether a token follows on the current line.
     bool MoreOnLine();
 
-    // The token without its quotes and with \" turned into ", into `out`.
+    // A number: the whole token (quotes allowed) must be one finite number; "," counts as the
+    // decimal point, which some instruments write in their locale.
+    static bool ParseNumber(std::string_view token, double& value);
+
+    // The token without its quotes, with \" and \\ turned into " and \ and without zero bytes,
+    // into `out`.
     static void Unquote(std::string_view token, std::string& out);
 
     // Raises `code` with "line %d: " and the message.

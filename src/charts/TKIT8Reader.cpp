@@ -39,24 +39,6 @@ int32_t SampleFieldKind(std::string_view name) {
     return -1;
 }
 
-// A number of a record: the whole token must be one finite number; "," counts as the decimal
-// point, which some instruments write in their locale.
-bool ParseNumber(std::string_view token, double& value) {
-    char buffer[64];
-    if (token.size() >= 2 && token.front() == '"' && token.back() == '"') token = token.substr(1, token.size() - 2);
-    if (!token.empty() && token.front() == '+') token.remove_prefix(1);
-    if (token.empty() || token.size() >= sizeof buffer) return false;
-    const char* first = token.data();
-    if (token.find(',') != std::string_view::npos) {
-        std::memcpy(buffer, token.data(), token.size());
-        std::replace(buffer, buffer + token.size(), ',', '.');
-        first = buffer;
-    }
-    const char* last = first + token.size();
-    const auto result = std::from_chars(first, last, value);
-    return result.ec == std::errc() && result.ptr == last && std::isfinite(value);
-}
-
 }  // namespace
 
 IT8FormatReader::~IT8FormatReader() = default;
@@ -135,16 +117,17 @@ void IT8FormatReader::ReadText(const char* text, size_t length) {
 void IT8FormatReader::HeaderToken(TKIT8Lexer& lexer, const TKIT8Lexer::Token& token) {
     const bool first = !fTableStarted;
     fTableStarted = true;
-    if (EqualsNoCase(token.text, "BEGIN_DATA_FORMAT")) {
+    // The words of the structure count only unquoted: in quotes they are names.
+    if (!token.quoted && EqualsNoCase(token.text, "BEGIN_DATA_FORMAT")) {
         fState = kFieldList;
         return;
     }
-    if (EqualsNoCase(token.text, "BEGIN_DATA")) {
+    if (!token.quoted && EqualsNoCase(token.text, "BEGIN_DATA")) {
         StartRecords(token.line);
         return;
     }
     if (IsStandardName(token.text)) {
-        fKeywords.SetString("STANDARD", TKString(token.text.data(), int32_t(token.text.size())));
+        SetPlainKeyword("STANDARD", std::string(token.text));
         return;
     }
     std::string key;
@@ -153,7 +136,7 @@ void IT8FormatReader::HeaderToken(TKIT8Lexer& lexer, const TKIT8Lexer::Token& to
     const std::string_view value = lexer.RestOfLine(&line);
     // A word alone on the first line of a table names the file's kind ("CTI3", "IT8.7/2").
     if (value.empty() && first && key != "WEIGHTING_FUNCTION") {
-        fKeywords.SetString("STANDARD", TKString(key.c_str()));
+        SetPlainKeyword("STANDARD", key);
         return;
     }
     StoreKeyword(key, value, line);
@@ -163,6 +146,16 @@ void IT8FormatReader::SetChannelName(int32_t index, const std::string& name, boo
     if (index < 0 || index > 4096) return;
     if (size_t(index) >= fChannelNames.size()) fChannelNames.resize(size_t(index) + 1);
     if (!keep || fChannelNames[size_t(index)].empty()) fChannelNames[size_t(index)] = name;
+}
+
+void IT8FormatReader::SetPlainKeyword(const std::string& key, const std::string& value) {
+    // By the whole key, not as a path: a keyword may hold "/".
+    const TKString text(value.c_str(), int32_t(value.size()));
+    const int32_t index = fKeywords.IndexOfKey(key.c_str());
+    if (index >= 0)
+        fKeywords.SetValue(index, text);
+    else
+        fKeywords.Add(TKString(key.c_str(), int32_t(key.size())), text);
 }
 
 void IT8FormatReader::StoreKeyword(const std::string& key, std::string_view rawValue, int32_t line) {
@@ -179,29 +172,29 @@ void IT8FormatReader::StoreKeyword(const std::string& key, std::string_view rawV
         const int32_t number = digits > 0 && digits < 5 ? std::atoi(value.substr(0, digits).c_str()) : 0;
         SetChannelName(number > 0 ? number - 1 : int32_t(fChannelNames.size()), name, false);
     } else if (key == "LGOMCCHANNEL") {
-        fKeywords.SetString(key.c_str(), TKString(rawValue.data(), int32_t(rawValue.size())));
+        SetPlainKeyword(key, std::string(rawValue));
     } else if (key == "NUMBER_OF_FIELDS" || key == "NUMBER_OF_SETS") {
         // They describe the data; they are checked against it, not kept.
         double number = 0;
-        if (!ParseNumber(value, number) || number < 0 || number > 1e9 || number != std::floor(number))
+        if (!TKIT8Lexer::ParseNumber(value, number) || number < 0 || number > 1e9 || number != std::floor(number))
             TKIT8Lexer::Fail(FormatErr, line, "%s \"%s\" is no count", key.c_str(), value.c_str());
         if (key == "NUMBER_OF_SETS") {
             fDeclaredSets = int32_t(number);
             fDeclaredSetsLine = line;
         }
-    } else if (!value.empty() || (key == "WEIGHTING_FUNCTION" && !fKeywords.Exists("WEIGHTING_FUNCTION"))) {
-        fKeywords.SetString(key.c_str(), TKString(value.c_str(), int32_t(value.size())));
+    } else if (!value.empty() || (key == "WEIGHTING_FUNCTION" && fKeywords.IndexOfKey("WEIGHTING_FUNCTION") < 0)) {
+        SetPlainKeyword(key, value);
     }
 }
 
 // --- State 1: the field list --------------------------------------------------------------------
 
 void IT8FormatReader::FieldToken(const TKIT8Lexer::Token& token) {
-    if (EqualsNoCase(token.text, "END_DATA_FORMAT")) {
+    if (!token.quoted && EqualsNoCase(token.text, "END_DATA_FORMAT")) {
         fState = kHeader;
         return;
     }
-    if (EqualsNoCase(token.text, "BEGIN_DATA") || EqualsNoCase(token.text, "BEGIN_DATA_FORMAT"))
+    if (!token.quoted && (EqualsNoCase(token.text, "BEGIN_DATA") || EqualsNoCase(token.text, "BEGIN_DATA_FORMAT")))
         TKIT8Lexer::Fail(FormatErr, token.line, "%.*s inside the field list", int(token.text.size()), token.text.data());
     std::string name;
     TKIT8Lexer::Unquote(token.text, name);
@@ -352,8 +345,9 @@ void IT8FormatReader::WriteChannelNames() {
 
 void IT8FormatReader::DataToken(const TKIT8Lexer::Token& token) {
     const int32_t width = int32_t(fColumns.size());
+    // A record stands on a line of its own; a quoted text in it may run over line ends.
     if (fColumn == 0) {
-        if (EqualsNoCase(token.text, "END_DATA")) {
+        if (!token.quoted && EqualsNoCase(token.text, "END_DATA")) {
             FinishTable(token.line, false);
             return;
         }
@@ -361,12 +355,13 @@ void IT8FormatReader::DataToken(const TKIT8Lexer::Token& token) {
             TKIT8Lexer::Fail(FormatErr, token.line, "a record with more than the %d fields of the format", width);
         fRecordLine = token.line;
         std::fill(fValues.begin(), fValues.end(), 0.0);
-    } else if (token.line != fRecordLine) {
+    } else if (token.line != fLastTokenLine) {
         TKIT8Lexer::Fail(FormatErr, fRecordLine, "a record with %d fields where the format lists %d", fColumn, width);
     }
+    fLastTokenLine = token.endLine;
     const Column& column = fColumns[size_t(fColumn)];
     if (column.kind == kValue) {
-        if (!ParseNumber(token.text, fValues[size_t(column.slot)]))
+        if (!TKIT8Lexer::ParseNumber(token.text, fValues[size_t(column.slot)]))
             TKIT8Lexer::Fail(FormatErr, token.line, "\"%.*s\" in field %s is no number", int(std::min<size_t>(token.text.size(), 40)),
                              token.text.data(), fFields[size_t(fColumn)].name.CString());
     } else if (!fTexts.empty()) {
@@ -374,7 +369,7 @@ void IT8FormatReader::DataToken(const TKIT8Lexer::Token& token) {
     }
     if (++fColumn == width) {
         fColumn = 0;
-        fLastRecordLine = fRecordLine;
+        fLastRecordLine = token.endLine;
         AddRecord();
         ++fRows;
     }

@@ -94,6 +94,7 @@ private:
     void ResetTable();
     void ReadText(const char* text, size_t length);
     void HeaderToken(TKIT8Lexer& lexer, const TKIT8Lexer::Token& token);
+    void SetPlainKeyword(const std::string& key, const std::string& value);
     void StoreKeyword(const std::string& key, std::string_view rawValue, int32_t line);
     void FieldToken(const TKIT8Lexer::Token& token);
     void AddField(const std::string& name, int32_t line);
@@ -129,6 +130,7 @@ private:
     int32_t fColumn = 0;
     int32_t fRecordLine = 0;
     int32_t fLastRecordLine = 0;
+    int32_t fLastTokenLine = 0;
     int32_t fRows = 0;
     std::string fScratch;
 };

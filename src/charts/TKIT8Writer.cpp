@@ -66,7 +66,10 @@ void IT8FormatWriter::AppendValue(std::string& out, double value, uint32_t type)
 
 void IT8FormatWriter::AppendText(std::string& out, const TKString& text) {
     const char* p = text.CString();
-    bool plain = *p != 0 && *p != '"' && *p != '#';
+    // A text that begins like a number but is none ("2A1") goes in quotes: readers that take
+    // tokens by their first character would split it.
+    const bool numberLike = (*p >= '0' && *p <= '9') || *p == '-' || *p == '+' || *p == '.';
+    bool plain = *p != 0 && *p != '"' && *p != '#' && (!numberLike || IsPlainNumber(p));
     for (const char* q = p; *q && plain; ++q) plain = *q != ' ' && *q != '\t' && *q != '\n' && *q != '\r';
     if (plain)
         Append(out, text);
@@ -77,10 +80,23 @@ void IT8FormatWriter::AppendText(std::string& out, const TKString& text) {
 void IT8FormatWriter::AppendQuoted(std::string& out, const TKString& text) {
     out += '"';
     for (const char* q = text.CString(); *q; ++q) {
-        if (*q == '"') out += '\\';
+        // A backslash is doubled only where a reader would take it for an escape.
+        if (*q == '"' || (*q == '\\' && (q[1] == '"' || q[1] == '\\' || q[1] == 0))) out += '\\';
         out += *q;
     }
     out += '"';
+}
+
+void IT8FormatWriter::AppendWord(std::string& out, const TKString& word, bool key) {
+    static const char* const kStructure[] = {"BEGIN_DATA_FORMAT", "END_DATA_FORMAT", "BEGIN_DATA", "END_DATA"};
+    static const char* const kStandards[] = {"IS12642", "IS126422", "CGATS.17", "ISO28178"};
+    bool special = false;
+    for (const char* name : kStructure) special = special || !word.CompareNoCase(name);
+    for (const char* name : kStandards) special = special || (key && !word.CompareNoCase(name));
+    if (special)
+        AppendQuoted(out, word);
+    else
+        AppendText(out, word);
 }
 
 TKString IT8FormatWriter::FormatRow(const TKVector& row) const {
@@ -110,7 +126,7 @@ void IT8FormatWriter::AppendKeywords(std::string& out, const TKDataBase& keyword
         if (WrittenElsewhere(key)) continue;
         const TKRefPtr<TKDataBase> sub = keywords.SubBaseAt(i);
         if (!sub) {
-            Append(out, key);
+            AppendWord(out, key, true);
             out += '\t';
             if (key == "LGOMCCHANNEL")
                 Append(out, keywords.Value(i));  // kept as read, quotes and all
@@ -139,12 +155,14 @@ void IT8FormatWriter::AppendKeywords(std::string& out, const TKDataBase& keyword
 void IT8FormatWriter::AppendHeader(std::string& out, int32_t rows) {
     const TKDataBase* keywords = GetKeywords();
     // A table after the first may have no identifier line of its own.
-    const TKString standard = keywords ? keywords->GetString("STANDARD", "") : TKString();
-    if (!standard.IsEmpty() || !fFurtherTable) {
-        Append(out, standard.IsEmpty() ? TKString("CGATS.17") : standard);
-        out += '\n';
-    }
+    const int32_t standardIndex = keywords ? keywords->IndexOfKey("STANDARD") : -1;
     const bool own = KeepsOwnIdentity();
+    if (standardIndex >= 0) {
+        AppendWord(out, keywords->Value(standardIndex), false);
+        out += '\n';
+    } else if (!fFurtherTable && !own) {
+        out += "CGATS.17\n";  // a file without an identifier line is written again without one
+    }
     auto lacks = [keywords](const char* key) { return !keywords || !keywords->Exists(key); };
     if (!own && lacks("ORIGINATOR")) {
         out += "ORIGINATOR ";

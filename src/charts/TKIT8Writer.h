@@ -42,6 +42,9 @@ public:
     static void AppendText(std::string& out, const TKString& text);
     // Always in quotes; a quote inside becomes \".
     static void AppendQuoted(std::string& out, const TKString& text);
+    // A keyword (`key`) or the identifier line: quoted also where the plain word would be read
+    // as part of the structure.
+    static void AppendWord(std::string& out, const TKString& word, bool key);
 
 protected:
     // Whether the keywords are a file's own (kept as they are) rather than a chart made in

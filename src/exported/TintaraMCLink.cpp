@@ -89,6 +89,8 @@ extern "C" {
 TKLinkRef TKNewTKMCLink16Ref(void) {
     return TKGuardRef([]() -> TKLinkRef {
         TKMCMergeLinkGenericTrafo* link = new TKMCMergeLinkGenericTrafo;
+        // A host's spot planes are mostly empty over long runs: the links it gets pass them over.
+        link->SetSkipEmptyChannels(true);
         TKLinkRef ref = NewRef(link, true);
         if (!ref) link->Release();
         return ref;

@@ -2,6 +2,7 @@
 // PCS values are 16-bit in the legacy encoding (mode 2 of the colour type ranges).
 #pragma once
 
+#include "charts/TKColorChart.h"
 #include "icc/TKICCTag.h"
 #include "numeric/TKMatrix.h"
 #include "numeric/TKVector.h"
@@ -54,6 +55,11 @@ public:
     // rows in fPCSSpace and device rows; the device matrix's width gives the channel count. Rows
     // missing on the PCS side are converted from a CIE device side, else left zero.
     void SetColors(const std::vector<TKString>& names, const TKMatrix& pcs, const TKMatrix& device);
+    // The named colours as a chart: device values, PCS values and names (TKICCNamedColorChart.cpp).
+    TKRefPtr<TKColorChart> GetChart();
+    // From a chart: names from SAMPLE_NAME, else SAMPLE_ID; PCS values from the chart's measured
+    // values, converted when they are of another CIE type.
+    void SetChart(const TKColorChart& chart);
 
     void SwapBytes() override;
     void Dump(TKStream& stream) override;

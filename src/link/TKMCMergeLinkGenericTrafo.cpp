@@ -2,14 +2,16 @@
 #include "link/TKMCMergeLinkGenericTrafo.h"
 
 #include <algorithm>
+#include <memory>
 
 #include "foundation/TKProgress.h"
 #include "numeric/TKSampleConversions.h"
 
 namespace {
 
-// Pixels per step of the 8-bit chain: the 16-bit samples between members live on the stack.
-constexpr int32_t kChunk = 256;
+// Pixels per step of the 8-bit chain with spots: long enough that the kernels' set-up per call is
+// lost in it, short enough that the 16-bit samples between members stay in cache.
+constexpr int32_t kChunk = 4096;
 // A member after the first takes at most a link's source channels, so the destination it shares
 // has at most as many.
 constexpr int32_t kMaxMidChannels = TKLinkGeneric::kMaxSrcDim;
@@ -50,9 +52,17 @@ void TKMCMergeLinkGenericTrafo::AddMember(TKLinkGenericTrafo* link, bool owned) 
 
 bool TKMCMergeLinkGenericTrafo::CanMatch() const {
     if (fState != kReady || fMembers.empty()) return false;
-    for (const auto& member : fMembers)
-        if (!member || member->GetSrcDim() < 1 || !member->Nodes()) return false;
-    return true;
+    // A shared member may have been calculated anew since it was added: the chain is checked
+    // again, so that no call sees more channels than a host's arrays hold.
+    const int32_t o = fMembers.front() ? fMembers.front()->GetDstDim() : 0;
+    int32_t channels = 0;
+    for (size_t i = 0; i < fMembers.size(); ++i) {
+        const TKLinkGenericTrafo* member = fMembers[i].Get();
+        if (!member || member->GetSrcDim() < 1 || !member->Nodes() || member->GetDstDim() != o) return false;
+        if (i > 0 && member->GetSrcDim() < o) return false;
+        channels += i == 0 ? member->GetSrcDim() : member->GetSrcDim() - o;
+    }
+    return channels <= kMaxChannels;
 }
 
 void TKMCMergeLinkGenericTrafo::TrafoPixels8(int32_t count, const uint8_t* const* src, uint8_t* const* dst,
@@ -61,29 +71,37 @@ void TKMCMergeLinkGenericTrafo::TrafoPixels8(int32_t count, const uint8_t* const
     const int32_t members = GetMemberCount();
     if (members == 0 || count < 1) return;
     if (!src || !dst || !srcStrides || !dstStrides) TKThrow(ArgErr);
-    // Which members run is decided on the whole run, as the plain chain decides it.
-    bool runs[kMaxChannels] = {};
-    bool anyFurther = false;
-    for (int32_t i = 1, p = GetExtraChannels(0); i < members; ++i) {
-        const int32_t n = GetExtraChannels(i);
-        runs[i] = !GetSkipEmptyChannels() || HasInk(count, src + p, srcStrides + p, n);
-        anyFurther = anyFurther || runs[i];
-        p += n;
-    }
     const TKLinkGenericTrafo* first = GetLink(0);
-    if (!anyFurther) return first->TrafoPixels8(count, src, dst, srcStrides, dstStrides, progress);
-
+    // Empty spot planes: member 0's own 8-bit kernel, with the ink test riding along.
+    const uint8_t* chunk[kMaxChannels];
+    uint8_t* chunkDst[kMaxChannels];
+    const int32_t s0 = first->GetSrcDim(), o0 = first->GetDstDim();
+    auto matchFirst = [&](int32_t start, int32_t n) {
+        for (int32_t c = 0; c < s0; ++c) chunk[c] = src[c] + int64_t(start) * srcStrides[c];
+        for (int32_t c = 0; c < o0; ++c) chunkDst[c] = dst[c] + int64_t(start) * dstStrides[c];
+        first->TrafoPixels8(n, chunk, chunkDst, srcStrides, dstStrides, nullptr);
+        if (progress) progress->SetProgress(double(start) / count);
+    };
+    if (members == 1) return first->TrafoPixels8(count, src, dst, srcStrides, dstStrides, progress);
+    int32_t matched = 0;
+    if (MatchFirstUntilInk(count, src, srcStrides, matchFirst, matched)) return;
+    // Spots with ink: the whole run again, with 16-bit samples between the members.
+    bool runs[kMaxChannels] = {};
+    FindRunningMembers(count, src, srcStrides, runs);
     const int32_t o = GetMergeDstDim();
     if (o > kMaxMidChannels) TKThrow(BufferTooSmall);
-    uint16_t mid[kMaxMidChannels][kChunk];
-    uint16_t extra[kMaxMidChannels][kChunk];
+    // One block per call for the samples between members: planes of the destination, then the
+    // widened spot planes of the member at work.
+    std::unique_ptr<uint16_t[]> block(new uint16_t[size_t(kMaxMidChannels) * kChunk]);
+    uint16_t* mid[kMaxMidChannels];
+    for (int32_t c = 0; c < kMaxMidChannels; ++c) mid[c] = block.get() + size_t(c) * kChunk;
+    uint16_t* const* extra = mid + o;
     const uint8_t* in[kMaxChannels];
     const uint16_t* planes[kMaxMidChannels];
     uint16_t* midPlanes[kMaxMidChannels];
     int32_t ones[kMaxMidChannels];
     std::fill(ones, ones + kMaxMidChannels, 1);
-    for (int32_t c = 0; c < o; ++c) midPlanes[c] = mid[c], planes[c] = mid[c];
-    for (int32_t k = 0; k < kMaxMidChannels - o; ++k) planes[o + k] = extra[k];
+    for (int32_t c = 0; c < kMaxMidChannels; ++c) midPlanes[c] = mid[c], planes[c] = mid[c];
 
     const int32_t s = GetExtraChannels(0);
     for (int32_t start = 0; start < count; start += kChunk) {
@@ -105,6 +123,6 @@ void TKMCMergeLinkGenericTrafo::TrafoPixels8(int32_t count, const uint8_t* const
             uint8_t* to = dst[c] + int64_t(start) * dstStrides[c];
             for (int32_t j = 0; j < m; ++j) to[int64_t(j) * dstStrides[c]] = WordToByte(mid[c][j]);
         }
-        if (progress && (start / kChunk) % 256 == 255) progress->SetProgress(double(start) / count);
+        if (progress && (start / kChunk) % 16 == 15) progress->SetProgress(double(start) / count);
     }
 }

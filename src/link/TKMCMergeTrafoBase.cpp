@@ -7,28 +7,9 @@
 
 #include "color/TKColors.h"
 #include "foundation/TKProgress.h"
+#include "link/TKMCMergeInkTest.h"
 
 namespace {
-
-// True as soon as one sample of the planes is not 0; the test runs on the raw samples so an empty
-// spot plane costs one pass of loads and compares.
-template <class Sample>
-bool AnyInk(int32_t count, const Sample* const* planes, const int32_t* strides, int32_t channels) {
-    for (int32_t c = 0; c < channels; ++c) {
-        const Sample* p = planes[c];
-        const int32_t step = strides[c];
-        if (step == 1) {
-            // The common plane layout: a plain loop the compiler can widen.
-            Sample any = 0;
-            for (int32_t i = 0; i < count; ++i) any |= p[i];
-            if (any) return true;
-            continue;
-        }
-        for (int32_t i = 0; i < count; ++i, p += step)
-            if (*p) return true;
-    }
-    return false;
-}
 
 template <class Sample>
 void MemberPixels(const TKTrafo& member, int32_t count, const Sample* const* src, Sample* const* dst,
@@ -40,16 +21,6 @@ void MemberPixels(const TKTrafo& member, int32_t count, const Sample* const* src
 }
 
 }  // namespace
-
-bool TKMCMergeTrafoBase::HasInk(int32_t count, const uint8_t* const* planes, const int32_t* strides,
-                                int32_t channels) {
-    return AnyInk(count, planes, strides, channels);
-}
-
-bool TKMCMergeTrafoBase::HasInk(int32_t count, const uint16_t* const* planes, const int32_t* strides,
-                                int32_t channels) {
-    return AnyInk(count, planes, strides, channels);
-}
 
 // ---- The chain ----
 
@@ -145,6 +116,37 @@ TKVector TKMCMergeTrafoBase::Trafo(const TKVector& source) const {
 
 // ---- Pixels ----
 
+bool TKMCMergeTrafoBase::HasInk(int32_t count, const uint8_t* const* planes, const int32_t* strides,
+                                int32_t channels) {
+    return TKPlanesHaveInk(count, planes, strides, channels);
+}
+
+bool TKMCMergeTrafoBase::HasInk(int32_t count, const uint16_t* const* planes, const int32_t* strides,
+                                int32_t channels) {
+    return TKPlanesHaveInk(count, planes, strides, channels);
+}
+
+template <class Sample>
+bool TKMCMergeTrafoBase::FindRunningMembers(int32_t count, const Sample* const* src, const int32_t* srcStrides,
+                                            bool* runs) const {
+    const int32_t members = GetMemberCount();
+    const int32_t first = GetExtraChannels(0);
+    const int32_t extras = GetSrcDim() - first;
+    // Empty spot planes are the case to make cheap: one pass over all of them decides it.
+    const bool anyInk = !fSkipEmptyChannels || TKPlanesHaveInk(count, src + first, srcStrides + first, extras);
+    bool any = false;
+    for (int32_t i = 1, p = first; i < members; ++i) {
+        const int32_t n = GetExtraChannels(i);
+        runs[i] = anyInk && (!fSkipEmptyChannels || TKPlanesHaveInk(count, src + p, srcStrides + p, n));
+        any = any || runs[i];
+        p += n;
+    }
+    return any;
+}
+
+template bool TKMCMergeTrafoBase::FindRunningMembers(int32_t, const uint8_t* const*, const int32_t*, bool*) const;
+template bool TKMCMergeTrafoBase::FindRunningMembers(int32_t, const uint16_t* const*, const int32_t*, bool*) const;
+
 template <class Sample>
 void TKMCMergeTrafoBase::MatchPlanes(int32_t count, const Sample* const* src, Sample* const* dst,
                                      const int32_t* srcStrides, const int32_t* dstStrides,
@@ -153,7 +155,7 @@ void TKMCMergeTrafoBase::MatchPlanes(int32_t count, const Sample* const* src, Sa
     if (members == 0 || count < 1) return;
     const int32_t srcDim = GetSrcDim();
     const int32_t o = GetMergeDstDim();
-    if (srcDim > kMaxPixelChannels || o > kMaxPixelChannels) TKThrow(BufferTooSmall);
+    if (srcDim > kMaxPixelChannels || o > kMaxPixelChannels || members > kMaxPixelChannels) TKThrow(BufferTooSmall);
     if (!src || !dst || !srcStrides || !dstStrides) TKThrow(ArgErr);
 
     // The planes each member reads: at first the source's, then the destination's followed by
@@ -163,24 +165,44 @@ void TKMCMergeTrafoBase::MatchPlanes(int32_t count, const Sample* const* src, Sa
     std::copy(src, src + srcDim, planes);
     std::copy(srcStrides, srcStrides + srcDim, strides);
 
-    // Each member reports its run as its own share of the whole call.
+    // Member 0 goes first; where the spot planes are empty, the ink test rides along with it.
+    const TKTrafo& first = *GetMember(0);
+    const Sample* chunk[kMaxPixelChannels];
+    Sample* chunkDst[kMaxPixelChannels];
+    auto matchFirst = [&](int32_t start, int32_t n) {
+        for (int32_t c = 0; c < srcDim; ++c) chunk[c] = planes[c] + int64_t(start) * strides[c];
+        for (int32_t c = 0; c < o; ++c) chunkDst[c] = dst[c] + int64_t(start) * dstStrides[c];
+        MemberPixels(first, n, chunk, chunkDst, strides, dstStrides, nullptr);
+        if (progress) progress->SetProgress(double(start) / count);
+    };
+    int32_t matched = 0;
+    if (MatchFirstUntilInk(count, src, srcStrides, matchFirst, matched)) return;
+    bool runs[kMaxPixelChannels];
+    const bool further = FindRunningMembers(count, src, srcStrides, runs);
+    // Each member that runs reports its pixels as its own share of what is left of the call.
+    const int32_t running = 1 + int32_t(std::count(runs + 1, runs + members, true));
+    int32_t done = 0;
     std::unique_ptr<TKSubProgress> share;
-    auto shareOf = [&](int32_t i) -> TKProgress* {
+    auto nextShare = [&]() -> TKProgress* {
         if (!progress) return nullptr;
-        share = std::make_unique<TKSubProgress>(progress, double(i) / members, double(i + 1) / members);
+        share = std::make_unique<TKSubProgress>(progress, double(done) / running, double(done + 1) / running);
+        ++done;
         return share.get();
     };
-
-    MemberPixels(*GetMember(0), count, planes, dst, strides, dstStrides, shareOf(0));
+    if (matched < count) {
+        // The rest of member 0's pixels in one call.
+        for (int32_t c = 0; c < srcDim; ++c) chunk[c] = planes[c] + int64_t(matched) * strides[c];
+        for (int32_t c = 0; c < o; ++c) chunkDst[c] = dst[c] + int64_t(matched) * dstStrides[c];
+        MemberPixels(first, count - matched, chunk, chunkDst, strides, dstStrides, nextShare());
+    }
+    if (!further) return;
     std::copy(dst, dst + o, planes);
     std::copy(dstStrides, dstStrides + o, strides);
-    int32_t p = GetExtraChannels(0);
-    for (int32_t i = 1; i < members; ++i) {
+    for (int32_t i = 1, p = GetExtraChannels(0); i < members; ++i) {
         const int32_t n = GetExtraChannels(i);
         std::copy(src + p, src + p + n, planes + o);
         std::copy(srcStrides + p, srcStrides + p + n, strides + o);
-        if (!fSkipEmptyChannels || AnyInk(count, src + p, srcStrides + p, n))
-            MemberPixels(*GetMember(i), count, planes, dst, strides, dstStrides, shareOf(i));
+        if (runs[i]) MemberPixels(*GetMember(i), count, planes, dst, strides, dstStrides, nextShare());
         p += n;
     }
 }

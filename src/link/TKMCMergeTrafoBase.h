@@ -4,6 +4,7 @@
 // the same channels, so spot colours are overprinted on the result one after the other.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 
 #include "numeric/TKTrafo.h"
@@ -53,11 +54,41 @@ public:
     int32_t GetExtraChannels(int32_t index) const;
 
 protected:
-    // True as soon as one of the samples of `channels` planes over `count` pixels is not 0.
+    // Which members after the first run over these pixels (runs[i]): all without the skip flag,
+    // else those with ink in their extra planes. False when none runs.
+    template <class Sample>
+    bool FindRunningMembers(int32_t count, const Sample* const* src, const int32_t* srcStrides, bool* runs) const;
+
+    // With the skip flag and members after the first: `matchFirst(start, n)` matches member 0
+    // chunk by chunk, and each chunk's extra planes are tested for ink while they are still in
+    // cache, until one has ink. True when no plane has ink: the run is done. Otherwise `matched`
+    // pixels are done by member 0 (none without the flag or further members).
+    template <class Sample, class MatchFirst>
+    bool MatchFirstUntilInk(int32_t count, const Sample* const* src, const int32_t* srcStrides,
+                            MatchFirst&& matchFirst, int32_t& matched) const {
+        const int32_t first = GetExtraChannels(0);
+        const int32_t extras = GetSrcDim() - first;
+        matched = 0;
+        if (!fSkipEmptyChannels || GetMemberCount() < 2) return false;
+        const Sample* planes[kMaxPixelChannels];
+        for (int32_t start = 0; start < count; start += kInkChunk) {
+            const int32_t n = std::min(kInkChunk, count - start);
+            matchFirst(start, n);
+            matched = start + n;
+            for (int32_t c = 0; c < extras; ++c) planes[c] = src[first + c] + int64_t(start) * srcStrides[first + c];
+            if (HasInk(n, planes, srcStrides + first, extras)) return false;
+        }
+        return true;
+    }
+
+private:
+    // Pixels per chunk of the ink test: long enough that a kernel's set-up per call is lost in
+    // it, short enough that the chunk's samples are still in the second-level cache.
+    static constexpr int32_t kInkChunk = 65536;
+
     static bool HasInk(int32_t count, const uint8_t* const* planes, const int32_t* strides, int32_t channels);
     static bool HasInk(int32_t count, const uint16_t* const* planes, const int32_t* strides, int32_t channels);
 
-private:
     template <class Sample>
     void MatchPlanes(int32_t count, const Sample* const* src, Sample* const* dst, const int32_t* srcStrides,
                      const int32_t* dstStrides, TKProgress* progress) const;

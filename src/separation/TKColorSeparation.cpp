@@ -31,7 +31,7 @@ TKVector TKColorSeparationBase::Cmy(double c, double m, double y) {
 
 TKVector TKColorSeparationBase::CmyOf(const TKVector& colour) {
     if (colour.GetDim() < 3) TKThrowMsg(DimMismatch, "a separation needs at least three inks");
-    return TKVector({colour[0], colour[1], colour[2]}, int32_t(TKCMYSpace));
+    return TKVector({Clip(colour[0]), Clip(colour[1]), Clip(colour[2])}, int32_t(TKCMYSpace));
 }
 
 TKVector TKColorSeparationBase::Trafo(const TKVector& source) const {

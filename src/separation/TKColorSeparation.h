@@ -41,7 +41,7 @@ public:
 protected:
     static TKVector Cmyk(double c, double m, double y, double k);
     static TKVector Cmy(double c, double m, double y);
-    // The first three channels of a colour, typed "CMY ".
+    // The first three channels of a colour, clipped to 0..100 and typed "CMY ".
     static TKVector CmyOf(const TKVector& colour);
     static double Clip(double value) { return value < 0.0 ? 0.0 : value > 100.0 ? 100.0 : value; }
 

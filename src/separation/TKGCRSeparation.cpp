@@ -132,7 +132,7 @@ void TKGCRSeparation::SetStrength(double strength) {
 
 double TKGCRSeparation::CurveBlack(const TKVector& cmy, bool smooth) const {
     if (fStart >= 100.0) return 0.0;
-    const Fractions v(cmy);
+    const Fractions v(CmyOf(cmy));
     double lo = v.lo;
     const double s = 0.01 * fStart, power = fPower, f = fFactor;
     const double full = CalcFullBlack(cmy);
@@ -200,8 +200,9 @@ TKLinearKSeparation::TKLinearKSeparation(const TKVector& limits, double tac, dou
 }
 
 double TKLinearKSeparation::CalcBlack(const TKVector& cmy) const {
-    const Fractions v(cmy);
+    const Fractions v(CmyOf(cmy));
     const double s = 0.01 * fStart;
+    if (s >= 1.0) return 0.0;  // black starts beyond full gray
     const double x = 0.45 * (v.hi * v.mid) * (v.hi * v.mid) + 0.55 * v.lo;
     double y = (0.45 * s * s * s + 0.55) * s;
     if (v.mid > s) y *= (1.0 - v.mid) / (1.0 - s);

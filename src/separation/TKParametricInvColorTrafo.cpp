@@ -44,17 +44,43 @@ void TKParametricInvColorTrafo::NeedFourInks() const {
     if (GetChannelCount(DeviceType()) < 4) TKThrowMsg(DimMismatch, "this inverse needs a device with black");
 }
 
+void TKParametricInvColorTrafo::SetRefTrafo(TKTrafo* forward, bool owned) {
+    TKInvColorTrafo::SetRefTrafo(forward, owned);
+    fCIESeparation.Reset();
+}
+
+void TKParametricInvColorTrafo::SetCIESeparation(TKCIESeparation* separation, bool owned) {
+    TKRefPtr<TKCIESeparation> keep(separation, owned);
+    if (keep && uint32_t(keep->GetDstType(0)) != DeviceType())
+        TKThrowMsg(DimMismatch, "the CIE separation gives another device");
+    fCIESeparation = keep;
+}
+
 TKVector TKParametricInvColorTrafo::CalcStart() {
+    if (!fCIESeparation && GetChannelCount(DeviceType()) > 4) {
+        TKRefPtr<TKCIESeparation> made(new TKCIESeparation(1, DeviceType()), true);
+        made->Get()->Init(*ForwardTrafo());
+        fCIESeparation = made;
+    }
+    const TKVector separated = fCIESeparation ? fCIESeparation->Trafo(fTarget) : TKVector();
     TKVector start;
     if (!fStartVector.IsEmpty())
         start = fStartVector;
     else if (fStartTrafo)
         start = fStartTrafo->Trafo(fTarget);
+    else if (!separated.IsEmpty())
+        start = separated;
     else if (!fFrame.IsEmpty())
         start = FromParameters(ToParameters(FrameOrDefault()));
     else
         start = DefaultStart();
-    fStart = FinishColor(ToDevice(start));
+    start = ToDevice(start);
+    // Inks beyond the fourth stay as asked unless far above what the separation gives.
+    for (int32_t c = 4; c < std::min(start.GetDim(), separated.GetDim()); ++c) {
+        const double v = separated[c];
+        if (start[c] > v) start[c] = std::min(start[c], 1.3 * v + 20.0 - 0.005 * v * v);
+    }
+    fStart = FinishColor(start);
     fFrame = fStart;
     return fStart;
 }
@@ -290,4 +316,20 @@ TKVector TKInvColorTrafoBalanceColorants::FinishColor(const TKVector& x) {
         rest -= moved;
     }
     return colour;
+}
+
+// ---- Start from a CIE separation -------------------------------------------------------------
+
+TKInvColorTrafoCIESeparation::TKInvColorTrafoCIESeparation(TKTrafo* startTrafo, TKTrafo* forward,
+                                                           TKCIESeparation* separation, bool owned)
+    : TKCIESeparationHolder(separation, owned), TKInvColorTrafoOptimizeCMY(startTrafo, forward, owned) {
+    if (!fGiven) TKThrowMsg(PtrInvalid, "inverse without its CIE separation");
+    SetCIESeparation(fGiven.Get(), false);
+}
+
+TKInvColorTrafoCIESeparation::~TKInvColorTrafoCIESeparation() noexcept {}
+
+void TKInvColorTrafoCIESeparation::SetRefTrafo(TKTrafo* forward, bool owned) {
+    TKInvColorTrafoOptimizeCMY::SetRefTrafo(forward, owned);
+    if (fGiven) SetCIESeparation(fGiven.Get(), false);
 }

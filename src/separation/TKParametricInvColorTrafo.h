@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "color/TKInvColorTrafo.h"
+#include "separation/TKCIESeparation.h"
 #include "separation/TKColorSeparation.h"
 
 class TKParametricInvColorTrafo : public TKInvColorTrafo {
@@ -15,8 +16,16 @@ public:
     using TKInvColorTrafo::TKInvColorTrafo;
 
     // The start: the fixed start vector, else the start trafo's answer, else the frame laid
-    // through the parameters, else half of white and black. It becomes the frame.
+    // through the parameters, else half of white and black. With a CIE separation (made from
+    // the forward trafo for devices of more than four inks) its inks are the start where no
+    // other is given, and hold each ink from the fifth on near them. It becomes the frame.
     TKVector CalcStart() override;
+    // Starts over: the CIE separation belongs to the forward trafo.
+    void SetRefTrafo(TKTrafo* forward, bool owned) override;
+    // The CIE separation that gives starts (null removes it; the next colour of a device of more
+    // than four inks makes one again). DimMismatch when it gives another device.
+    void SetCIESeparation(TKCIESeparation* separation, bool owned);
+    TKCIESeparation* GetCIESeparation() const { return fCIESeparation.Get(); }
     double CalcError(const TKVector& p, TKVector& out) override;
 
     // Virtual operations added.
@@ -40,6 +49,7 @@ protected:
     void NeedFourInks() const;
 
     TKVector fFrame;
+    TKRefPtr<TKCIESeparation> fCIESeparation;
     double fMinBlack = 0.0;
     double fMaxBlack = 100.0;
 };
@@ -171,4 +181,23 @@ public:
     TKVector ToParameters(const TKVector& colour) override;
     // Clipped to range, with what clipping takes from the third channel given to the other two.
     TKVector FinishColor(const TKVector& x) override;
+};
+
+// As TKInvColorTrafoOptimizeCMY, with a start from a CIE separation of its own: the separated
+// inks, or the fixed start vector with each ink from the fifth on held near the separated one.
+// Holds the given CIE separation; a base in front, so that its count is taken before the
+// inverse's own checks can throw.
+struct TKCIESeparationHolder {
+    TKCIESeparationHolder(TKCIESeparation* separation, bool owned) : fGiven(separation, owned) {}
+    TKRefPtr<TKCIESeparation> fGiven;
+};
+
+class TKInvColorTrafoCIESeparation : private TKCIESeparationHolder, public TKInvColorTrafoOptimizeCMY {
+    TK_DECLARE_CLASS(TKInvColorTrafoCIESeparation, TKInvColorTrafoOptimizeCMY)
+public:
+    // PtrInvalid (null reference) without a separation; DimMismatch when it gives another device.
+    TKInvColorTrafoCIESeparation(TKTrafo* startTrafo, TKTrafo* forward, TKCIESeparation* separation, bool owned);
+    ~TKInvColorTrafoCIESeparation() noexcept override;
+    // Keeps its own separation through a new forward trafo.
+    void SetRefTrafo(TKTrafo* forward, bool owned) override;
 };

@@ -28,12 +28,14 @@ uint32_t RangeType(const TKVector& v) {
 }
 
 // A colour (or a difference of colours when `difference`) in 16-bit units of its type's range.
+// Rules from a data base need not lie in the range: shares are bounded to twice the range either
+// way, which no pixel can reach, so that the integer arithmetic cannot overflow.
 std::vector<int32_t> Scaled(const TKVector& v, uint32_t type, bool difference) {
     std::vector<int32_t> out(size_t(v.GetDim()));
     for (int32_t i = 0; i < v.GetDim(); ++i) {
         const double lo = GetChannelMin(type, i), hi = GetChannelMax(type, i);
         const double share = (v[i] - (difference ? 0.0 : lo)) / (hi - lo);
-        out[size_t(i)] = int32_t(std::lround(share * 65535.0));
+        out[size_t(i)] = int32_t(std::lround(std::clamp(std::isfinite(share) ? share : 0.0, -2.0, 2.0) * 65535.0));
     }
     return out;
 }
@@ -42,6 +44,11 @@ std::vector<int32_t> Scaled(const TKVector& v, uint32_t type, bool difference) {
 void CheckColours(std::initializer_list<const TKVector*> colours) {
     for (const TKVector* v : colours)
         if (v->IsEmpty()) TKThrowMsg(ArgErr, "a replacement rule needs colours");
+}
+
+// A rule acts on pixels of `in` channels and writes `out` channels, or stays out of the way.
+bool Fits(const TKReplaceColorTrafo::Rule& rule, int32_t in, int32_t out) {
+    return rule.iLoSrc.size() == size_t(in) && rule.iLoDst.size() == size_t(out);
 }
 
 int32_t Clamp16(int64_t v) { return int32_t(std::clamp<int64_t>(v, 0, 65535)); }
@@ -61,6 +68,9 @@ void TKReplaceColorTrafo::AddPointRule(const TKVector& src, const TKVector& dst,
     CheckColours({&src, &dst});
     std::vector<Rule>& stage = StageRules(mode);
     if (!(tolerance >= 0.0)) TKThrowMsg(ArgErr, "a replacement tolerance is not negative");
+    for (const TKVector* colour : {&src, &dst})
+        for (int32_t i = 0; i < colour->GetDim(); ++i)
+            if (!std::isfinite((*colour)[i])) TKThrowMsg(ArgErr, "a replacement colour has a value that is no number");
     Rule rule;
     rule.type = 1;
     rule.loSrc = src;
@@ -73,7 +83,9 @@ void TKReplaceColorTrafo::AddPointRule(const TKVector& src, const TKVector& dst,
     rule.iLoDst = Scaled(dst, dstType, false);
     rule.iSrcDir.assign(size_t(src.GetDim()), 0);
     rule.iDstDir.assign(size_t(dst.GetDim()), 0);
-    rule.tolerance8 = int32_t(std::lround(tolerance / (GetChannelMax(srcType, 0) - GetChannelMin(srcType, 0)) * 255.0));
+    // A tolerance of the whole range or more matches every pixel.
+    const double share8 = tolerance / (GetChannelMax(srcType, 0) - GetChannelMin(srcType, 0)) * 255.0;
+    rule.tolerance8 = int32_t(std::lround(std::min(share8, 255.0)));
     for (int32_t i = 0; i < dst.GetDim(); ++i)
         rule.dst8.push_back(DoubleToByte(dst[i], GetChannelMin(dstType, i), GetChannelMax(dstType, i)));
     stage.push_back(std::move(rule));
@@ -133,7 +145,7 @@ bool TKReplaceColorTrafo::MatchPixel(const Rule& rule, const int32_t* in, int32_
         if (d < lo || d > hi) return false;
         dot += int64_t(d) * dir;
     }
-    const int64_t t = (dot << 16) / rule.dirSquare;
+    const int64_t t = dot * 65536 / rule.dirSquare;
     for (size_t i = 0; i < n; ++i) {
         const int64_t nearest = rule.iLoSrc[i] + ((t * rule.iSrcDir[i]) >> 16);
         if (std::abs(int64_t(in[i]) - nearest) >> 8 > rule.tolerance8) return false;
@@ -165,19 +177,20 @@ TKVector TKReplaceColorTrafo::Trafo(const TKVector& source) const {
     if (fFlags & kVectorsAs8Bit) return Routed<uint8_t>(source);
     if (fFlags & kVectorsAs16Bit) return Routed<uint16_t>(source);
     const uint32_t srcType = uint32_t(GetSrcType()), dstType = uint32_t(GetDstType(int32_t(srcType)));
+    const int32_t n = source.GetDim(), m = GetDstDim(n);
     TKVector out;
     if (fFlags & kInstead)
         for (const Rule& rule : fRules[0])
-            if (ApplyRule(rule, source, out, dstType)) return out;
+            if (Fits(rule, n, m) && ApplyRule(rule, source, out, dstType)) return out;
     TKVector in(source);
     if (fFlags & kBefore)
         for (const Rule& rule : fRules[1])
-            if (ApplyRule(rule, source, in, srcType)) break;
+            if (Fits(rule, n, n) && ApplyRule(rule, source, in, srcType)) break;
     out = fRefTrafo ? fRefTrafo->Trafo(in) : in;
     if (fFlags & kAfter) {
         const TKVector made(out);
         for (const Rule& rule : fRules[2])
-            if (ApplyRule(rule, made, out, dstType)) break;
+            if (Fits(rule, made.GetDim(), made.GetDim()) && ApplyRule(rule, made, out, dstType)) break;
     }
     return out;
 }
@@ -235,14 +248,13 @@ void TKReplaceColorTrafo::Pixels(int32_t count, const Sample* const* src, Sample
             done[size_t(p)] = 0;
             if (fFlags & kInstead)
                 for (const Rule& rule : fRules[0])
-                    if (rule.iLoSrc.size() == size_t(n) && MatchPixel(rule, wide.data(), &replaced[size_t(p) * m], eightBit)) {
+                    if (Fits(rule, n, m) && MatchPixel(rule, wide.data(), &replaced[size_t(p) * m], eightBit)) {
                         done[size_t(p)] = 1;
                         break;
                     }
             if (!done[size_t(p)] && (fFlags & kBefore))
                 for (const Rule& rule : fRules[1])
-                    if (rule.iLoSrc.size() == size_t(n) && rule.iLoDst.size() == size_t(n) &&
-                        MatchPixel(rule, wide.data(), wide.data(), eightBit))
+                    if (Fits(rule, n, n) && MatchPixel(rule, wide.data(), wide.data(), eightBit))
                         break;
             for (int32_t c = 0; c < n; ++c) inBuffer[size_t(p) * n + c] = narrow(wide[size_t(c)]);
         }
@@ -288,7 +300,7 @@ void TKReplaceColorTrafo::Pixels(int32_t count, const Sample* const* src, Sample
                 for (int32_t c = 0; c < m; ++c) result[size_t(c)] = widen(outBuffer[size_t(p) * m + c]);
                 if (fFlags & kAfter)
                     for (const Rule& rule : fRules[2])
-                        if (rule.iLoSrc.size() == size_t(m) && MatchPixel(rule, result.data(), result.data(), eightBit)) break;
+                        if (Fits(rule, m, m) && MatchPixel(rule, result.data(), result.data(), eightBit)) break;
             }
             for (int32_t c = 0; c < m; ++c) dst[c][(first + p) * dstStrides[c]] = narrow(result[size_t(c)]);
         }

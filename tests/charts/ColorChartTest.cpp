@@ -145,6 +145,9 @@ TEST(ColorChart, ConvertMeasuredFromTheBestSource) {
     for (int32_t c = 0; c < 3; ++c) EXPECT_NEAR(lab(0, c), expected[c], 1e-12);
     EXPECT_NEAR(lab(0, 0), 76.07, 0.05) << "L* of Y = 50 (CIE 15: 116 * 0.5^(1/3) - 16)";
     EXPECT_NEAR(lab(0, 1), 0, 0.5);
+    chart.SetMatrix(Rows(TKLChSpace, {{1, 2, 3}}));
+    chart.ConvertMeasured(TKLChSpace);
+    EXPECT_EQ(chart.Matrix(TKLChSpace), Rows(TKLChSpace, {{1, 2, 3}})) << "measured values of the type stay";
     EXPECT_TKERROR(chart.ConvertMeasured(TKCMYKSpace), WrongDataType);
     TKColorChart deviceOnly(Rows(TKCMYKSpace, {{1, 2, 3, 4}}), TKMatrix());
     EXPECT_TKERROR(deviceOnly.ConvertMeasured(TKLabSpace), WrongDataType);
@@ -203,7 +206,8 @@ TEST(ChartFieldNames, BothWays) {
 
     const Case recognised[] = {
         {TKLabSpace, 1, "lab_a"}, {TKReflSpace, 0, "SPEC_380"}, {TKReflSpace, 2, "nm400"}, {TKEmisSpace, 35, "E_730"}, {TKReflSpace, 2, "T_400"},
-        {0, 0, "SPEC_385"}, {0, 0, "SPEC_3800"}, {0, 0, "SPEC_740"}, {0, 0, "RGB_I"}, {0, 0, "SAMPLE_XYZ"},
+        {TKReflSpace, 1, "SPEC_390000"}, {0, 0, "SPEC_385"}, {0, 0, "SPEC_3800"}, {0, 0, "SPEC_740"},
+        {0, 0, "SPEC_380500"}, {0, 0, "SPEC_438000"}, {0, 0, "RGB_I"}, {0, 0, "SAMPLE_XYZ"},
     };
     for (const Case& c : recognised) {
         const TKChartFieldMeaning m = TKChartRecogniseField(c.name);
@@ -214,4 +218,47 @@ TEST(ChartFieldNames, BothWays) {
     EXPECT_STREQ(TKChartExtraInkName("CMYK_O"), "Orange");
     EXPECT_STREQ(TKChartExtraInkName("SPOT_3"), "");
     EXPECT_EQ(TKChartExtraInkName("CMYK_K"), nullptr);
+}
+
+TEST(ColorChart, DataBaseFormBothWays) {
+    auto chart = SmallChart();
+    chart->TKObject::SetName("press run");
+    chart->SetChannelNames({"Cyan", "Magenta", "Yellow", "Black"});
+    chart->SetKeyword("ImportDate", "2026-11-22 19:00:00");
+    const TKRefPtr<TKDataBase> base = chart->ToDataBase();
+    EXPECT_STREQ(base->GetString("DCSType").CString(), "CMYK");
+    EXPECT_STREQ(base->GetString("CIEType").CString(), "Lab ");
+    EXPECT_STREQ(base->GetString("ChannelNames").CString(), "Cyan;Magenta;Yellow;Black");
+    EXPECT_STREQ(base->GetString("Data/CIE/1").CString(), "55.000 -37.000 -50.000");
+    // Through the data base text and back.
+    TKDataBase text;
+    text.FromText(base->ToText());
+    auto back = TKColorChart::FromDataBase(text);
+    EXPECT_EQ(back->Matrix(TKCMYKSpace), chart->Matrix(TKCMYKSpace));
+    EXPECT_EQ(back->Matrix(TKLabSpace), chart->Matrix(TKLabSpace));
+    EXPECT_EQ(back->ChannelNames(), chart->ChannelNames());
+    EXPECT_STREQ(back->GetName().CString(), "press run");
+    EXPECT_STREQ(back->Keyword("ImportDate").CString(), "2026-11-22 19:00:00");
+
+    struct Bad {
+        const char* text;
+        const char* message;
+    };
+    const Bad bad[] = {
+        {"Name = x\n", "A chart needs \"DCSType\" or \"CIEType\""},
+        {"CIEType = Paint\n", "CIEType \"Paint\" is no colour type"},
+        {"CIEType = Lab\nData =\n{\nCIE =\n{\n0 = 1 2\n}\n}\n", "Data/CIE/0: \"1 2\" is no Lab colour"},
+        {"CIEType = Lab\nData =\n{\nCIE =\n{\n0 = 1 2 3 4\n}\n}\n", "Data/CIE/0: \"1 2 3 4\" is no Lab colour"},
+    };
+    for (const Bad& b : bad) {
+        TKDataBase broken;
+        broken.FromText(TKString(b.text));
+        try {
+            TKColorChart::FromDataBase(broken);
+            ADD_FAILURE() << b.text;
+        } catch (const TKError& error) {
+            EXPECT_EQ(error.code(), FormatErr);
+            EXPECT_STREQ(error.message(), b.message);
+        }
+    }
 }

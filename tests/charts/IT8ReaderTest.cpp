@@ -313,3 +313,71 @@ TEST(IT8Reader, ReferenceFiles) {
     EXPECT_EQ(spectrum.ColorTypes(), std::vector<uint32_t>{TKReflSpace});
     EXPECT_EQ(spectrum.ExtraCount(), 121 - 36) << "the bands off the 10 nm grid stay as text";
 }
+
+// Inputs the fuzzer found: each reads or fails with a code, and what reads writes back alike.
+TEST(IT8Reader, FuzzFindingsStayFixed) {
+    const std::string folder = TestDataPath("charts-fuzz");
+    DIR* dir = opendir(folder.c_str());
+    ASSERT_NE(dir, nullptr);
+    int files = 0;
+    while (dirent* entry = readdir(dir)) {
+        if (entry->d_name[0] == '.') continue;
+        const std::string path = folder + "/" + entry->d_name;
+        SCOPED_TRACE(path);
+        ++files;
+        TKColorChart chart;
+        try {
+            chart.Read(TKFileSpec(path.c_str()));
+        } catch (const TKError& error) {
+            EXPECT_NE(std::string(error.message()).find("line "), std::string::npos) << error.message();
+            continue;
+        }
+        ExpectRoundTrip(chart, path);
+    }
+    closedir(dir);
+    EXPECT_GE(files, 1);
+}
+
+// Texts whose keywords, names or tables a careless writer would turn into something else: each
+// reads, and writes back to the same chart.
+TEST(IT8Writer, AwkwardTextsRoundTrip) {
+    const std::string fields = "BEGIN_DATA_FORMAT\nSAMPLE_NAME LAB_L LAB_A LAB_B\nEND_DATA_FORMAT\n";
+    const std::string data = "BEGIN_DATA\nx 1 2 3\nEND_DATA\n";
+    struct Case {
+        const char* what;
+        std::string text;
+        const char* key;  // a keyword to look at, and its value
+        const char* value;
+    };
+    const Case cases[] = {
+        {"quoted key with a blank", "CTI3\n\"MY KEY\" \"v\"\n" + fields + data, "", ""},
+        {"keys that are words of the structure", "CTI3\n\"CGATS.17\" a\n\"BEGIN_DATA\" b\n" + fields + data, "", ""},
+        {"key with a slash", "CTI3\nA/B \"x\"\n" + fields + data, "", ""},
+        {"backslashes", "CTI3\nPATH \"C:\\dir\\file\"\nEND \"ends in \\\\\"\nQUOTE \"say \\\"hi\\\"\"\n" + fields + data, "",
+         ""},
+        {"name over two lines", "CTI3\n" + fields + "BEGIN_DATA\n\"two\nlines\" 1 2 3\ny 4 5 6\nEND_DATA\n", "", ""},
+        {"no identifier line", "ORIGINATOR me\n" + fields + data, "ORIGINATOR", "me"},
+        {"an empty weighting function first", "WEIGHTING_FUNCTION\n" + fields + data, "WEIGHTING_FUNCTION", ""},
+        {"channel names by number and in order",
+         "CTI3\nSPOT_ID 3 \"Orange\"\nPROCESSCOLOR_ID Cyan\nPROCESSCOLOR_ID 2 \"Magenta\"\n" + fields + data, "SPOT_ID/3",
+         "Orange"},
+        {"a text table after the first", "CTI3\n" + fields + data + "\nBEGIN_DATA_FORMAT\nA B\nEND_DATA_FORMAT\nBEGIN_DATA\n1 2\nEND_DATA\n",
+         "", ""},
+        {"texts that begin like numbers", "CTI3\n" + fields + "BEGIN_DATA\n2A1 1 2 3\n-x 4 5 6\n\"\" 7 8 9\nEND_DATA\n", "", ""},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        auto chart = ReadChart(c.text);
+        if (*c.key) {
+            EXPECT_STREQ(chart->Keyword(c.key).CString(), c.value);
+        }
+        ExpectRoundTrip(*chart, c.what);
+    }
+    EXPECT_STREQ(ReadChart(cases[3].text)->Keyword("PATH").CString(), "C:\\dir\\file") << "a lone backslash is a character";
+    EXPECT_STREQ(ReadChart(cases[3].text)->Keyword("QUOTE").CString(), "say \"hi\"");
+    EXPECT_STREQ(ReadChart(cases[4].text)->Name(0).CString(), "two\nlines");
+    EXPECT_EQ(ReadChart(cases[8].text)->Table(0).ColorTypes().size(), 0u);
+    EXPECT_EQ(ReadChart(cases[8].text)->Table(0).Count(), 1);
+    const std::string written = IT8FormatChartWriter(*ReadChart(cases[5].text)).WriteString().CString();
+    EXPECT_EQ(written.rfind("ORIGINATOR\t\"me\"\n", 0), 0u) << "no identifier, originator or date of its own added\n" << written;
+}

@@ -152,6 +152,21 @@ TEST_F(InvColorTrafoTest, TotalInkCap) {
     for (const Case& c : cases) EXPECT_LT(cap.Trafo(c.in).MaxDistance(c.out), 1e-9) << c.in.ToText();
 }
 
+// A forward trafo that gives no number: the search ends at once instead of looping, and says so.
+class NaNModel : public InkModel {
+public:
+    NaNModel() : InkModel(kCMY) {}
+    TKVector Trafo(const TKVector&) const override { return TKVector({NAN, NAN, NAN}, int32_t(kLab)); }
+};
+
+TEST_F(InvColorTrafoTest, SearchEndsOnAForwardTrafoWithoutNumbers) {
+    TKRefPtr<TKInvColorTrafo> inverse(new TKInvColorTrafo(nullptr, new NaNModel(), true), true);
+    const TKVector found = inverse->Trafo(TKVector({50.0, 0.0, 0.0}, int32_t(kLab)));
+    EXPECT_EQ(found.GetDim(), 3);
+    EXPECT_TRUE(std::isnan(inverse->GetError()));
+    EXPECT_LT(inverse->GetEvaluations(), 100);
+}
+
 class InvColorTrafoErrorTest : public ::testing::Test {};
 
 TEST_F(InvColorTrafoErrorTest, ForwardTrafosThatDoNotFit) {

@@ -1,13 +1,16 @@
 // The multi-colour link exports: merge links from device-link profiles written by the library's
 // own profile writer (and a real one), their accuracy against the double-precision chain of the
-// member trafos, the index rules of null entries and grid bits, matching through the link
-// exports, and every bad input with its code and no half-built link.
+// member trafos, the index rules of null entries and grid bits, progress, and every bad input with
+// its code and no half-built link. Pixels of both depths and layouts: the tintara host's test.
 #include <algorithm>
 #include <cstdio>
 #include <fstream>
+#include <memory>
 #include <random>
 #include <string>
 #include <vector>
+
+#include <unistd.h>
 
 #include "exported/TintaraMCLink.h"
 #include "foundation/TKHandle.h"
@@ -26,8 +29,13 @@ namespace {
 void MarkLastError() { TKError marker(MathErr, "marker"); }
 bool LastErrorIsMarker() { return TKError::LastError().code() == MathErr; }
 
+// Test programs run side by side: each writes its own files.
+std::string TempPath(const std::string& name) {
+    return ::testing::TempDir() + std::to_string(getpid()) + "-" + name;
+}
+
 std::string WriteLinkProfile(const std::string& name, TKTrafo* trafo, int32_t grid) {
-    const std::string path = ::testing::TempDir() + name;
+    const std::string path = TempPath(name);
     TKMakeDeviceLinkProfile(*trafo, grid, name.c_str())->WriteFile(TKFileSpec(TKString(path.c_str())));
     return path;
 }
@@ -40,6 +48,9 @@ struct Profiles {
         this->press = WriteLinkProfile("TKMCPress.icc", press.Get(), 17);
         this->orange = WriteLinkProfile("TKMCOrange.icc", orange.Get(), 9);
         this->green = WriteLinkProfile("TKMCGreen.icc", green.Get(), 9);
+    }
+    ~Profiles() {
+        for (const std::string* path : {&press, &orange, &green}) std::remove(path->c_str());
     }
     std::string press, orange, green;
 };
@@ -122,6 +133,16 @@ ErrorFigures Measure(TKLinkRef link, const TKTrafo& exact, double spotShare, int
     return {sum / errors.size(), errors[size_t(errors.size() * 0.95)], errors.back()};
 }
 
+// RGB to CMYK at a fixed grey: a member with fewer source channels than CMYK.
+class Fixed34 : public TKTrafo {
+public:
+    int32_t GetSrcDim() const override { return 3; }
+    int32_t GetDstDim(int32_t) const override { return 4; }
+    int32_t GetSrcType() const override { return int32_t(TKRGBSpace); }
+    int32_t GetDstType(int32_t) const override { return kCMYK; }
+    TKVector Trafo(const TKVector&) const override { return TKVector({50.0, 40.0, 40.0, 10.0}, kCMYK); }
+};
+
 class MCLinkExports : public ::testing::Test {};
 
 }  // namespace
@@ -181,45 +202,18 @@ TEST_F(MCLinkExports, ARealDeviceLinkCarriesTheSpots) {
     EXPECT_LT(e.p95, 0.15);  // measured 0.066 %, max 0.12 %
 }
 
-TEST_F(MCLinkExports, MatchFunctionsTakeTheMergeLink) {
-    const Profiles& p = JobProfiles();
-    MCLink link;
-    Specs specs({p.press, p.orange, p.green});
-    ASSERT_EQ(TKDLProfiles2MCLink16(link.ref, specs.Count(), specs.Data(), nullptr), 0);
-    constexpr int32_t kCount = 777;
-    std::mt19937 random(5);
-    // Interleaved with one alpha per pixel, skipped on both sides.
-    std::vector<uint16_t> in16(size_t(7) * kCount), out16(size_t(5) * kCount), planes16(size_t(4) * kCount);
-    std::vector<uint8_t> in8(in16.size()), out8(out16.size());
-    for (size_t i = 0; i < in16.size(); ++i) in8[i] = uint8_t(random() >> 24), in16[i] = uint16_t(in8[i] * 257);
-    ASSERT_EQ(TKLink16Match(link.ref, kCount, in16.data(), out16.data(), 1, 1, nullptr, nullptr), 0);
-    ASSERT_EQ(TKLink8Match(link.ref, kCount, in8.data(), out8.data(), 1, 1, nullptr, nullptr), 0);
-    const void* src[6];
-    void* dst[4];
-    for (int32_t c = 0; c < 6; ++c) src[c] = in16.data() + c;
-    for (int32_t o = 0; o < 4; ++o) dst[o] = planes16.data() + o;
-    ASSERT_EQ(TKLink16MatchPlanes(link.ref, kCount, src, dst, 7, 4, nullptr, nullptr), 0);
-    for (int32_t i = 0; i < kCount; ++i)
-        for (int32_t o = 0; o < 4; ++o) {
-            const uint16_t word = out16[size_t(i) * 5 + size_t(o)];
-            EXPECT_EQ(planes16[size_t(i) * 4 + size_t(o)], word);
-            EXPECT_LE(std::abs(int32_t(out8[size_t(i) * 5 + size_t(o)]) - int32_t((word + 128) / 257)), 1);
-        }
-    double colour[6] = {10, 20, 30, 40, 0, 0}, result[4];
-    EXPECT_EQ(TKDoTrafo(link.ref, colour, result), 0);
-}
-
 TEST_F(MCLinkExports, BadInputGivesItsCodeAndNoHalfBuiltLink) {
     const Profiles& p = JobProfiles();
     const std::string rgbLink = TestDataPath("icc/sRGB-to-FOGRA39-link-v2.icc");
     // A member profile cut short in its table.
-    const std::string damaged = ::testing::TempDir() + "TKMCDamaged.icc";
+    const std::string damaged = TempPath("TKMCDamaged.icc");
     {
         std::ifstream in(p.orange, std::ios::binary);
         std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
         std::ofstream(damaged, std::ios::binary) << bytes.substr(0, bytes.size() / 2);
     }
-    TKLinkRef plain = TKNewTKLink16Ref();
+    std::unique_ptr<TKHandleTrafo, void (*)(TKLinkRef)> plainLink(TKNewTKLink16Ref(), TKFreeTKLink16Ref);
+    TKLinkRef plain = plainLink.get();
     const int32_t bits7[] = {0, 7}, bitsLow[] = {-8, 0}, bitsOk[] = {0, 0, 0};
     struct Row {
         const char* name;
@@ -260,41 +254,73 @@ TEST_F(MCLinkExports, BadInputGivesItsCodeAndNoHalfBuiltLink) {
             EXPECT_EQ(TKLink16Match(link.ref, 1, pixel, out, 0, 0, nullptr, nullptr), ArgErr) << row.name;
         }
     }
-    TKFreeTKLink16Ref(plain);
     std::remove(damaged.c_str());
 }
 
-TEST_F(MCLinkExports, TrafosAndLinksMakeMergeLinksWithinTheChannelLimit) {
-    TKRefPtr<TKTrafo> press(new PressCMYK, true), orange(new SpotOverCMYK(OrangeRecipe()), true);
-    TKTrafoRef refs[3] = {NewRef(press.Get(), false), nullptr, NewRef(orange.Get(), false)};
-    MCLink link;
-    EXPECT_EQ(TKTrafos2MCLink(link.ref, 3, nullptr, nullptr), ArgErr);
-    ASSERT_EQ(TKTrafos2MCLink(link.ref, 3, refs, nullptr), 0);
-    EXPECT_EQ(TKGetTrafoSrcDim(link.ref), 5);
-    // A ready link is shared, not baked again.
-    TKLinkGenericTrafo* shared = link.Object()->GetLink(0);
-    TKTrafoRef sharedRef = NewRef(shared, false);
-    MCLink second;
-    ASSERT_EQ(TKTrafos2MCLink(second.ref, 1, &sharedRef, nullptr), 0);
-    EXPECT_EQ(second.Object()->GetLink(0), shared);
+namespace {
 
-    // 4 + 12 + 12 source channels fit; a third member of 16 would pass 36.
-    auto wide = TKMakeRef<TKLinkGenericTrafo>();
-    TKRefPtr<TKTrafo> sixteen(new SpotOverCMYK(OrangeRecipe()), true);
-    class Sixteen : public TKTrafo {
-    public:
-        int32_t GetSrcDim() const override { return 16; }
-        int32_t GetDstDim(int32_t) const override { return 4; }
-        int32_t GetSrcType() const override { return int32_t(GetDeviceType(16)); }
-        int32_t GetDstType(int32_t) const override { return kCMYK; }
-        TKVector Trafo(const TKVector& v) const override { return TKVector({v[0], v[1], v[2], v[3]}, kCMYK); }
-    } wideTrafo;
-    wide->CalcFromTrafo(&wideTrafo, 2, 0, nullptr);
-    TKTrafoRef wideRef = NewRef(wide.Get(), false);
-    TKTrafoRef many[4] = {refs[0], wideRef, wideRef, wideRef};
-    EXPECT_EQ(TKTrafos2MCLink(link.ref, 3, many, nullptr), 0);
-    EXPECT_EQ(TKGetTrafoSrcDim(link.ref), 28);
-    EXPECT_EQ(TKTrafos2MCLink(link.ref, 4, many, nullptr), InvalidTrafo);
-    EXPECT_EQ(link.Object()->GetMemberCount(), 0);
-    for (TKTrafoRef ref : {refs[0], refs[2], sharedRef, wideRef}) FreeRef(ref);
+struct Reports {
+    std::vector<int32_t> positions;
+    int32_t answer = 0;
+};
+int32_t Record(int32_t position, int32_t total, void* userData) {
+    auto* reports = static_cast<Reports*>(userData);
+    reports->positions.push_back(total == 1000 ? position : -1);
+    return reports->answer;
+}
+
+}  // namespace
+
+// Long runs report progress through the host's callback, with spots and without; a callback that
+// answers Cancel stops the match with that code and stores no error.
+TEST_F(MCLinkExports, ProgressAndCancelReachTheHost) {
+    const Profiles& p = JobProfiles();
+    MCLink link;
+    Specs specs({p.press, p.orange, p.green});
+    const int32_t gridBits[] = {4, 3, 3};
+    ASSERT_EQ(TKDLProfiles2MCLink16(link.ref, specs.Count(), specs.Data(), gridBits), 0);
+    constexpr int32_t kCount = 300000;
+    for (bool spots : {false, true}) {
+        std::vector<uint16_t> in(size_t(6) * kCount, 0x4000), out(size_t(4) * kCount);
+        if (!spots) std::fill(in.begin() + 4 * size_t(kCount), in.end(), uint16_t(0));
+        const void* src[6];
+        void* dst[4];
+        for (int32_t c = 0; c < 6; ++c) src[c] = in.data() + size_t(c) * kCount;
+        for (int32_t o = 0; o < 4; ++o) dst[o] = out.data() + size_t(o) * kCount;
+        Reports reports;
+        ASSERT_EQ(TKLink16MatchPlanes(link.ref, kCount, src, dst, 1, 1, Record, &reports), 0);
+        ASSERT_FALSE(reports.positions.empty()) << spots;
+        EXPECT_TRUE(std::is_sorted(reports.positions.begin(), reports.positions.end())) << spots;
+        EXPECT_GE(reports.positions.front(), 0);
+        EXPECT_LE(reports.positions.back(), 1000);
+        reports = Reports{{}, Cancel};
+        MarkLastError();
+        EXPECT_EQ(TKLink16MatchPlanes(link.ref, kCount, src, dst, 1, 1, Record, &reports), Cancel) << spots;
+        EXPECT_EQ(reports.positions.size(), 1u);
+        EXPECT_TRUE(LastErrorIsMarker());
+    }
+}
+
+// Trafos are baked, links shared (null handles skipped); a shared member calculated anew into
+// other channels makes the merge link refuse pixels.
+TEST_F(MCLinkExports, TrafosAreBakedLinksSharedAndWatched) {
+    TKRefPtr<TKTrafo> press(new PressCMYK, true), orange(new SpotOverCMYK(OrangeRecipe()), true);
+    TKLinkRef shared = TKNewTKLink16Ref();
+    TKTrafoRef pressRef = NewRef(press.Get(), false), orangeRef = NewRef(orange.Get(), false);
+    ASSERT_EQ(TKColorTrafo2Link16(shared, orangeRef, 1), 0);
+    MCLink link;
+    TKTrafoRef members[3] = {pressRef, nullptr, shared};
+    EXPECT_EQ(TKTrafos2MCLink(link.ref, 3, nullptr, nullptr), ArgErr);
+    ASSERT_EQ(TKTrafos2MCLink(link.ref, 3, members, nullptr), 0);
+    EXPECT_EQ(link.Object()->GetLink(1), RefObjectAs<TKLinkGenericTrafo>(shared, "TKLinkGenericTrafo"));
+    uint16_t pixel[5] = {1000, 2000, 3000, 4000, 5000}, out[4];
+    EXPECT_EQ(TKLink16Match(link.ref, 1, pixel, out, 0, 0, nullptr, nullptr), 0);
+    TKRefPtr<TKTrafo> rgb(new Fixed34, true);
+    ASSERT_EQ(TKColorTrafo2Link16(shared, pressRef, 1), 0);  // now CMYK to CMYK: still fits
+    EXPECT_EQ(TKLink16Match(link.ref, 1, pixel, out, 0, 0, nullptr, nullptr), 0);
+    EXPECT_EQ(TKGetTrafoSrcDim(link.ref), 4);
+    TKTrafoRef rgbRef = NewRef(rgb.Get(), false);
+    ASSERT_EQ(TKColorTrafo2Link16(shared, rgbRef, 1), 0);  // 3 channels: fewer than CMYK
+    EXPECT_EQ(TKLink16Match(link.ref, 1, pixel, out, 0, 0, nullptr, nullptr), ArgErr);
+    for (TKTrafoRef ref : {pressRef, orangeRef, rgbRef, shared}) FreeRef(ref);
 }

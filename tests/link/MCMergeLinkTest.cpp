@@ -264,26 +264,41 @@ TEST(MCMergeLink, DepthsAndLayoutsAgree) {
     EXPECT_LE(worst, 1);
 }
 
+// Which spot members run is decided on the whole run, also when the run is tested in chunks: one
+// inked green sample at the very end makes the green member (which adds cyan even at 0) run over
+// every pixel, while the empty orange plane is still passed over.
 TEST(MCMergeLink, EmptySpotPlanesAreSkippedAsAWhole) {
-    Chain chain(2.0);  // the green member adds cyan even where its plane is 0
+    Chain chain(2.0);
     chain.merge->SetSkipEmptyChannels(true);
-    constexpr int32_t kCount = 500;
-    std::vector<uint16_t> source = RandomPlanes<uint16_t>(6, kCount, 3);
-    std::fill(source.begin() + 4 * kCount, source.end(), uint16_t(0));
-    std::vector<uint16_t> merged(size_t(4) * kCount), pressed(size_t(4) * kCount);
-    std::vector<uint16_t*> src = Planes(source, 6, kCount), out = Planes(merged, 4, kCount),
-                           press = Planes(pressed, 4, kCount);
-    std::vector<int32_t> ones(6, 1), bytes(6, 2);
-    auto match = [&] { chain.merge->TrafoPixels16(kCount, src.data(), out.data(), ones.data(), ones.data(), nullptr); };
-    std::vector<const uint16_t*> cmyk(src.begin(), src.begin() + 4);
-    chain.links[0]->Match16(kCount, cmyk.data(), press.data(), bytes.data(), bytes.data(), nullptr);
-    match();
-    EXPECT_EQ(merged, pressed);  // both spot members passed over
-    source.back() = 1;           // one sample of green, at the very end of the run
-    match();
-    EXPECT_NE(merged[0], pressed[0]);  // the tinted member ran over the whole run
-    chain.merge->SetSkipEmptyChannels(false);
-    source.back() = 0;
-    match();
-    EXPECT_NE(merged[0], pressed[0]);
+    auto pressAndGreen = TKMakeRef<TKMCMergeLinkGenericTrafo>();
+    pressAndGreen->AddMember(chain.links[0].Get(), false);
+    pressAndGreen->AddMember(chain.links[2].Get(), false);
+    auto run = [&](auto sample, int32_t count) {
+        using Sample = decltype(sample);
+        std::vector<Sample> source = RandomPlanes<Sample>(6, count, 3);
+        std::fill(source.begin() + 4 * size_t(count), source.end(), Sample(0));
+        std::vector<Sample> merged(size_t(4) * count), expected(size_t(4) * count);
+        std::vector<Sample*> src = Planes(source, 6, count), out = Planes(merged, 4, count),
+                             want = Planes(expected, 4, count);
+        std::vector<Sample*> withoutOrange(src.begin(), src.begin() + 4);
+        withoutOrange.push_back(src[5]);
+        std::vector<int32_t> ones(6, 1);
+        auto match = [&](const TKTrafo& trafo, std::vector<Sample*>& in, std::vector<Sample*>& to) {
+            if constexpr (sizeof(Sample) == 1)
+                trafo.TrafoPixels8(count, in.data(), to.data(), ones.data(), ones.data(), nullptr);
+            else
+                trafo.TrafoPixels16(count, in.data(), to.data(), ones.data(), ones.data(), nullptr);
+        };
+        match(*chain.merge, src, out);
+        match(*chain.links[0], src, want);
+        EXPECT_EQ(merged, expected) << "empty spots, " << count << " pixels of " << sizeof(Sample) * 8 << " bits";
+        source.back() = 1;
+        match(*chain.merge, src, out);
+        match(*pressAndGreen, withoutOrange, want);
+        EXPECT_EQ(merged, expected) << "green at the end, " << count << " pixels";
+    };
+    for (int32_t count : {500, 65536, 70000}) {
+        run(uint8_t(), count);
+        run(uint16_t(), count);
+    }
 }

@@ -12,6 +12,7 @@
 #include "io/TKGlobalData.h"
 #include "separation/TKGCRSeparation.h"
 #include "separation/TKInvColorTrafoBuilder.h"
+#include "separation/TKInvColorTrafoEx.h"
 #include "separation/TKReseparationTrafo.h"
 #include "support/TestSupport.h"
 
@@ -160,6 +161,7 @@ TEST_F(InvColorTrafoFormsErrorTest, MissingSeparationsAndBadModes) {
     EXPECT_TKERROR(TKInvColorTrafoChannels(nullptr, fA2B.Get(), {1, 1}, false), IndexError);
     EXPECT_TKERROR(builder.MakeInverse(TKInvColorTrafoBuilder::kFindNext), ArgErr);
     EXPECT_TKERROR(TKFindNextColorTrafo::FromForward(*fA2B, 1), ArgErr);
+    EXPECT_TKERROR(TKInvColorTrafoEx(nullptr, fA2B.Get(), false).MakeStartChart(40), ArgErr);
     // A start trafo that does not fit the forward trafo, with the separation's count given over.
     auto separation = TKNewSeparation("GCR", TKVector(), 0, 100, 400);
     EXPECT_TKERROR(TKReseparationTrafo(fA2B.Get(), fA2B.Get(), nullptr, "NoSuchBlack"), ArgErr);
@@ -168,6 +170,29 @@ TEST_F(InvColorTrafoFormsErrorTest, MissingSeparationsAndBadModes) {
     EXPECT_TKERROR(TKInvColorTrafoSeparation(tables.GetA2BTrafo(1).Detach(), tables.GetA2BTrafo(1).Detach(),
                                              separation.Detach(), true),
                    DimMismatch);
+}
+
+}  // namespace
+
+namespace {
+
+// With no table to start from, the chart start still lets the search meet targets from the
+// whole ink cube; a new forward trafo makes a new chart.
+TEST_F(InvColorTrafoFormsTest, ChartStartMeetsTargetsWithoutATable) {
+    TKRefPtr<TKInvColorTrafoEx> inverse(new TKInvColorTrafoEx(nullptr, fA2B.Get(), false), true);
+    std::mt19937 random(21);
+    std::uniform_real_distribution<double> ink(0.0, 100.0);
+    int met = 0;
+    for (int i = 0; i < 30; ++i) {
+        const TKVector target = Lab(Cmyk(ink(random), ink(random), ink(random), ink(random)));
+        const TKVector found = inverse->Trafo(target);
+        met += target.Distance(Lab(found)) <= 0.2 ? 1 : 0;
+    }
+    EXPECT_GE(met, 28);
+    inverse->SetRefTrafo(fA2B.Get(), false);
+    inverse->MakeStartChart(3);
+    const TKVector target = Lab(Cmyk(50, 50, 50, 50));
+    EXPECT_LT(target.Distance(Lab(inverse->Trafo(target))), 0.2);
 }
 
 }  // namespace

@@ -112,6 +112,16 @@ TEST(ReplaceColor, RefusesBadRulesAndPixelsWithoutATrafo) {
     uint8_t* dst[4] = {out, out + 1, out + 2, out + 3};
     const int32_t strides[4] = {4, 4, 4, 4};
     EXPECT_TKERROR(replace.TrafoPixels8(1, src, dst, strides, strides, nullptr), UnexpectedErr);
+    // Rules whose colours have other channel counts than the trafo's stay out of the way.
+    TKRefPtr<TKLinkGenericTrafo> link = IdentityLink();
+    TKReplaceColorTrafo around(link.Get(), false);
+    const TKVector cmy({10, 10, 10}, int32_t(TKCMYSpace));
+    around.AddPointRule(CMYK(0, 0, 0, 100), cmy, TKReplaceColorTrafo::kAfter, 100.0);
+    around.AddPointRule(CMYK(0, 0, 0, 100), cmy, TKReplaceColorTrafo::kInstead, 100.0);
+    around.AddPointRule(cmy, cmy, TKReplaceColorTrafo::kBefore, 100.0);
+    EXPECT_EQ(around.Trafo(CMYK(0, 0, 0, 100)).GetDim(), 4);
+    EXPECT_NEAR(ThroughPixels<uint8_t>(around, CMYK(0, 0, 0, 100))[3], 100.0, 1e-9);
+    EXPECT_NEAR(ThroughPixels<uint16_t>(around, CMYK(0, 0, 0, 100))[3], 100.0, 0.01);
 }
 
 TEST(ExceptionList, RulesRoundTripThroughTheDataBase) {

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
+#include <unistd.h>
 
 #include "charts/TKColorChart.h"
 #include "charts/TKIT8Writer.h"
@@ -30,12 +31,13 @@ std::string ComparePeerTable(cmsHANDLE it8, const TKColorChart& table, Totals& t
     const int rows = int(cmsIT8GetPropertyDbl(it8, "NUMBER_OF_SETS"));
     char** names = nullptr;
     const int fields = cmsIT8EnumDataFormat(it8, &names);
-    if (fields != int(table.Fields().size()))
-        return "peer has " + std::to_string(fields) + " fields, we have " + std::to_string(table.Fields().size());
+    const std::vector<TKChartField> ourFields = table.WritableFields();
+    if (fields != int(ourFields.size()))
+        return "peer has " + std::to_string(fields) + " fields, we have " + std::to_string(ourFields.size());
     if (rows != table.Count() && cmsIT8GetProperty(it8, "NUMBER_OF_SETS"))
         return "peer has " + std::to_string(rows) + " sets, we have " + std::to_string(table.Count());
     for (int f = 0; f < fields; ++f) {
-        const TKChartField& field = table.Fields()[size_t(f)];
+        const TKChartField& field = ourFields[size_t(f)];
         if (field.name != names[f]) return std::string("field ") + std::to_string(f) + ": peer " + names[f];
         for (int r = 0; r < table.Count(); ++r) {
             const char* peer = cmsIT8GetDataRowCol(it8, r, f);
@@ -53,11 +55,7 @@ std::string ComparePeerTable(cmsHANDLE it8, const TKColorChart& table, Totals& t
             const TKString ours = field.kind == kChartFieldID     ? table.ID(r)
                                   : field.kind == kChartFieldName ? table.Name(r)
                                   : field.kind == kChartFieldLocation ? table.Location(r)
-                                                                      : table.ExtraValue(r, [&] {
-                                                                            for (int e = 0; e < table.ExtraCount(); ++e)
-                                                                                if (table.ExtraName(e) == names[f]) return e;
-                                                                            return 0;
-                                                                        }());
+                                                                      : table.ExtraValue(r, field.channel);
             // The peer gives numbers of unread columns back in its own format.
             char* end = nullptr;
             const double number = std::strtod(ours.CString(), &end);
@@ -115,11 +113,18 @@ void Check(const char* path, Totals& totals) {
 #if TINTARA_HAVE_LCMS2
         peer = ComparePeer(path, chart, totals);
         if (peer.empty()) peer = "peer agrees";
+        // The peer must also read what we write, to the same values.
+        const std::string temp = "/tmp/tintara_chartcheck_" + std::to_string(getpid()) + ".txt";
+        IT8FormatChartWriter(chart).WriteFile(TKFileSpec(temp.c_str()));
+        const std::string ours = ComparePeer(temp.c_str(), chart, totals);
+        std::remove(temp.c_str());
+        peer += ours.empty() ? ", reads our file alike" : "; on our file: " + ours;
+        if (!ours.empty()) problem = "peer on our file: " + ours;
 #endif
     } catch (const TKError& error) {
         problem = std::string("error ") + std::to_string(error.code()) + ": " + error.message();
     }
-    const bool ok = problem.empty() && (peer == "peer agrees" || peer == "no peer" || peer.rfind("the peer rejects", 0) == 0);
+    const bool ok = problem.empty() && (peer.rfind("peer agrees", 0) == 0 || peer == "no peer" || peer.rfind("the peer rejects", 0) == 0);
     if (!ok) ++totals.failed;
     totals.samples += samples;
     totals.tables += tables;

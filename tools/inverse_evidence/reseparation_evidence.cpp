@@ -54,7 +54,8 @@ int main(int argc, char** argv) {
         }
         std::vector<uint8_t> row(TIFFScanlineSize(tiff));
         std::vector<double> before, after, delta;
-        double seconds = 0.0;
+        double seconds = 0.0, grayBefore = 0.0, grayAfter = 0.0;
+        int grayCount = 0;
         for (uint32_t y = 0; y < height; ++y) {
             if (TIFFReadScanline(tiff, row.data(), y, 0) < 0) return 1;
             if (y % step) continue;
@@ -66,6 +67,11 @@ int main(int argc, char** argv) {
                 seconds += std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
                 before.push_back(source.Sum());
                 after.push_back(result.Sum());
+                if (source.Min(0, 2) >= 20.0) {  // pixels with a gray component to replace
+                    grayBefore += source.Sum();
+                    grayAfter += result.Sum();
+                    ++grayCount;
+                }
                 const TKVector lab1 = ConvertColor(TKLabSpace, a2b->Trafo(source));
                 const TKVector lab2 = ConvertColor(TKLabSpace, a2b->Trafo(result));
                 delta.push_back(DeltaE2000(lab1.Values(), lab2.Values()));
@@ -85,6 +91,9 @@ int main(int argc, char** argv) {
         std::printf("  total ink before: mean %.1f %%, max %.1f %%\n", mean(before), maxBefore);
         std::printf("  total ink after:  mean %.1f %%, max %.1f %%  (saving %.1f %% of the ink)\n", mean(after),
                     maxAfter, 100.0 * (1.0 - mean(after) / mean(before)));
+        if (grayCount > 0)
+            std::printf("  pixels with CMY all >= 20 %% (%d): ink %.1f %% -> %.1f %% (saving %.1f %%)\n", grayCount,
+                        grayBefore / grayCount, grayAfter / grayCount, 100.0 * (1.0 - grayAfter / grayBefore));
         std::printf("  dE00 between renderings: mean %.3f, p95 %.3f, max %.3f; %.0f us per colour\n", mean(delta),
                     delta[size_t(0.95 * double(delta.size() - 1))], delta.back(), seconds / double(delta.size()) * 1e6);
     } catch (const TKError& error) {

@@ -55,6 +55,9 @@ const char* ChainUsage() {
                  "                       absolute, header, or 0-3, 20-25 (default perceptual)\n"
                  "  -p, --profile FILE   an ICC profile of the chain (up to ten, in order)\n"
                  "  -l, --link FILE      a saved device link instead of profiles\n"
+                 "  -m, --merge FILE     a device-link profile of a merge link for spot colours: the\n"
+                 "                       first maps the process colours, each further one adds its own\n"
+                 "                       extra channels (CMYK + a spot to CMYK); repeat in channel order\n"
                  "      --from lab|xyz   start in the connection space of the one profile\n"
                  "      --to lab|xyz     end in the connection space of the one profile\n"
                  "      --refine         refine each table into device values by searching the ink\n"
@@ -71,6 +74,11 @@ bool ChainOptions::Take(Args& args) {
         return true;
     }
     if (!HaveProfiles()) return false;
+    if (word == "-m" || word == "--merge") {
+        args.Take();
+        merge.push_back(args.Value(word));
+        return true;
+    }
     if (word == "-i" || word == "--intent") {
         args.Take();
         intent = ParseIntent(args.Value(word));
@@ -102,7 +110,27 @@ Ref LoadLink(const std::string& path) {
     return link;
 }
 
+Ref BuildMergeLink(const ChainOptions& chain, int32_t gridBits) {
+    if (!chain.link.empty() || !chain.profiles.empty())
+        throw UsageError("give either merge-link profiles (-m) or a link or profiles, not both");
+    if (chain.pcsIn || chain.pcsOut) throw UsageError("--from and --to do not apply to a merge link");
+    std::vector<std::unique_ptr<FileSpec>> specs;
+    std::vector<TKFileSpec*> pointers;
+    for (const std::string& path : chain.merge) {
+        RequireReadable(path);
+        specs.push_back(std::make_unique<FileSpec>(path));
+        pointers.push_back(specs.back()->get());
+    }
+    const std::vector<int32_t> grids(pointers.size(), gridBits);
+    Ref link(TKNewTKMCLink16Ref());
+    if (!link.get()) throw Failure("cannot create a merge link object");
+    Check(TKDLProfiles2MCLink16(link.get(), int32_t(pointers.size()), pointers.data(), grids.data()),
+          "building the merge link of " + std::to_string(pointers.size()) + " device-link profiles");
+    return link;
+}
+
 Ref BuildTrafo(const ChainOptions& chain) {
+    if (!chain.merge.empty()) throw UsageError("a merge link (-m) cannot be used here");
     if (!chain.link.empty()) {
         if (!chain.profiles.empty()) throw UsageError("give either a link or profiles, not both");
         if (chain.pcsIn || chain.pcsOut) throw UsageError("--from and --to need profiles, not a link");

@@ -16,6 +16,7 @@ struct ChainOptions {
     };
     std::vector<Member> profiles;
     std::string link;        // a saved link file instead of profiles
+    std::vector<std::string> merge;  // device-link profiles of a merge link for spot colours
     uint32_t pcsIn = 0;      // 'Lab ' or 'XYZ ': start in the connection space of the one profile
     uint32_t pcsOut = 0;     // 'Lab ' or 'XYZ ': end in the connection space
     int32_t intent = 0;      // the intent of the next profile
@@ -23,7 +24,7 @@ struct ChainOptions {
 
     // Takes the option at the front of `args` if it is a chain option; false otherwise.
     bool Take(Args& args);
-    bool Empty() const { return profiles.empty() && link.empty(); }
+    bool Empty() const { return profiles.empty() && link.empty() && merge.empty(); }
     // The last profile of the chain: what the result is in, for embedding.
     std::string DestinationProfile() const { return profiles.empty() ? std::string() : profiles.back().path; }
 };
@@ -36,6 +37,11 @@ const char* ChainUsage();
 
 // Builds the trafo of the chain, or loads the link; a Failure names the file and the reason.
 Ref BuildTrafo(const ChainOptions& chain);
+
+// The merge link of the device-link profiles given with -m: the first maps the process colours,
+// each further one overprints its own extra channels on the result; every member table is baked
+// with 2^gridBits + 1 points (0: the library's choice). Ready for the match functions.
+Ref BuildMergeLink(const ChainOptions& chain, int32_t gridBits);
 
 // Loads a saved link file.
 Ref LoadLink(const std::string& path);

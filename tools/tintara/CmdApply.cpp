@@ -99,11 +99,15 @@ int RunApply(Args& args) {
             return image;
         });
     // Pure colours are baked into a new link, also around a saved one.
-    Ref trafo = pure.Apply(BuildTrafo(chain));
     double bakeSeconds = 0;
+    const bool merged = !chain.merge.empty();
+    if (merged && pure.Any()) throw UsageError("pure colours are not kept through a merge link");
+    const auto setupStart = std::chrono::steady_clock::now();
+    Ref trafo = merged ? BuildMergeLink(chain, gridBits) : pure.Apply(BuildTrafo(chain));
+    if (merged) bakeSeconds = SecondsSince(setupStart);
     Ref baked;
     TKLinkRef link = trafo.get();
-    if (chain.link.empty() || pure.Any()) {
+    if (!merged && (chain.link.empty() || pure.Any())) {
         baked = BakeLink(trafo.get(), gridBits, bakeSeconds);
         link = baked.get();
     }
@@ -152,7 +156,10 @@ int RunApply(Args& args) {
                 in.planar ? "planar" : "interleaved", in.ColourChannels(), out.ColourChannels(),
                 in.extra ? (" + " + std::to_string(in.extra) + " extra").c_str() : "",
                 profileName.empty() ? "no profile embedded" : ("embedded " + profileName).c_str());
-    if (chain.link.empty() || pure.Any()) {
+    if (merged) {
+        std::printf("  merge link of %zu device-link profiles set up in %.2f s, %d extra channels merged\n",
+                    chain.merge.size(), bakeSeconds, in.ColourChannels() - out.ColourChannels());
+    } else if (chain.link.empty() || pure.Any()) {
         const LinkShape shape = ShapeOf(link);
         std::printf("  link set up in %.2f s, grid %s\n", bakeSeconds, shape.Text().c_str());
     }

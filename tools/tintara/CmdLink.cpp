@@ -13,7 +13,20 @@ namespace {
 const char* const kUsage =
     "usage: tintara link [CHAIN] [-g BITS] -o OUT.lnk\n"
     "Bakes the chain into a 16-bit device link and saves it. A saved link given with --link is\n"
-    "baked again, for instance onto another grid.\n\noptions:\n";
+    "baked again, for instance onto another grid. Device-link profiles given with -m build a merge\n"
+    "link for spot colours instead: it is checked and described, and 'tintara apply' takes the\n"
+    "same -m options (a merge link has no file form of its own).\n\noptions:\n";
+
+// Builds the merge link of the -m profiles and describes it.
+int DescribeMergeLink(const ChainOptions& chain, int32_t gridBits) {
+    const auto start = std::chrono::steady_clock::now();
+    Ref link = BuildMergeLink(chain, gridBits);
+    std::printf("merge link %s (%d) -> %s (%d) of %zu device-link profiles, built in %.2f s\n",
+                SignatureText(TKGetTrafoSrcType(link.get())).c_str(), TKGetTrafoSrcDim(link.get()),
+                SignatureText(TKGetTrafoDstType(link.get())).c_str(), TKGetTrafoDstDim(link.get()),
+                chain.merge.size(), SecondsSince(start));
+    return 0;
+}
 
 }  // namespace
 
@@ -35,6 +48,11 @@ int RunLink(Args& args) {
         if (word == "-g" || word == "--grid") gridBits = args.IntValue(word, 1, 6);
         else if (word == "-o" || word == "--output") output = args.Value(word);
         else throw UsageError("unexpected argument " + word);
+    }
+    if (!chain.merge.empty()) {
+        if (!output.empty()) throw UsageError("a merge link has no file form; give its profiles to 'tintara apply'");
+        if (pure.Any()) throw UsageError("pure colours are not kept through a merge link");
+        return DescribeMergeLink(chain, gridBits);
     }
     if (output.empty()) throw UsageError("no output file given (-o)");
     if (chain.pcsIn || chain.pcsOut) throw UsageError("a link runs from device to device; --from and --to do not apply");

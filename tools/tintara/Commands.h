@@ -11,6 +11,7 @@ int RunLink(Args& args);
 int RunApply(Args& args);
 int RunTestImage(Args& args);
 int RunCalibrate(Args& args);
+int RunChart(Args& args);
 
 // True (after printing `usage`) when the next word asks for help.
 bool WantsHelp(Args& args, const char* usage);

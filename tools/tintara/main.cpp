@@ -30,6 +30,7 @@ const Command kCommands[] = {
     {"apply", host::RunApply, "convert a TIFF image through a profile chain or a link"},
     {"testimage", host::RunTestImage, "write a test image of gradients and colour patches"},
     {"calibrate", host::RunCalibrate, "calibration curves from measured step wedges"},
+    {"chart", host::RunChart, "show or convert a measurement file (CGATS)"},
 };
 
 void Usage(FILE* out) {

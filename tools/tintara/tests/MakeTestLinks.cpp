@@ -8,8 +8,10 @@
 #include <functional>
 #include <string>
 
+#include "../../../tests/link/MergeTestSupport.h"
 #include "color/TKColors.h"
 #include "foundation/TKError.h"
+#include "icc/TKICCLinkProfileWriter.h"
 #include "io/TKFileSpec.h"
 #include "link/TKLinkGenericTrafo.h"
 
@@ -80,6 +82,15 @@ int main(int argc, char** argv) {
         Write(dir, "6-to-rgb.lnk", 6, 3, GetColorType(6), Sig("RGB "), 5, [](const double* in, double* out) {
             for (int i = 0; i < 3; ++i) out[i] = 1 - 0.5 * (in[i] + in[i + 3]);
         });
+        // Device-link profiles of a merge link: a CMYK press conversion, orange and green over CMYK.
+        using namespace merge_test;
+        const std::pair<const char*, TKRefPtr<TKTrafo>> profiles[] = {
+            {"press.icc", TKRefPtr<TKTrafo>(new PressCMYK, true)},
+            {"orange.icc", TKRefPtr<TKTrafo>(new SpotOverCMYK(OrangeRecipe()), true)},
+            {"green.icc", TKRefPtr<TKTrafo>(new SpotOverCMYK(GreenRecipe()), true)},
+        };
+        for (const auto& [name, trafo] : profiles)
+            TKMakeDeviceLinkProfile(*trafo, 9, name)->WriteFile(TKFileSpec(TKString((dir + "/" + name).c_str())));
     } catch (const TKError& error) {
         std::fprintf(stderr, "make_test_links: error %d\n", int(error.code()));
         return 1;

@@ -574,3 +574,110 @@ TEST_F(Host, CalibrateWritesCurvesAndALink) {
 }
 
 }  // namespace
+
+// --- tintara chart ------------------------------------------------------------------------------
+
+TEST_F(Host, ChartInfoShowsKeywordsFieldsCountsAndTypes) {
+    const Result r = Run("chart info '" + kData + "/../charts/FOGRA39L.ti3'");
+    ASSERT_EQ(r.code, 0) << r.err;
+    for (const char* line : {"table 1: CTI3, 1617 samples", "  DESCRIPTOR = FOGRA39L", "  KEYWORD/0 = DEVICE_CLASS",
+                             "fields (11): SAMPLE_ID CMYK_C CMYK_M CMYK_Y CMYK_K XYZ_X XYZ_Y XYZ_Z LAB_L LAB_A LAB_B",
+                             "colour types: CMYK (device, 4 channels) XYZ (measured, 3 channels) Lab (measured, 3 channels)"})
+        EXPECT_NE(r.out.find(line), std::string::npos) << line << "\n" << r.out;
+    const Result bad = Run("chart info '" + kData + "/../charts/missing.ti3'");
+    EXPECT_EQ(bad.code, 1);
+    EXPECT_NE(bad.err.find("missing.ti3"), std::string::npos) << bad.err;
+}
+
+TEST_F(Host, ChartConvertWritesChosenTypesAndFields) {
+    const std::string in = kData + "/../charts/FOGRA39L.ti3";
+    struct Case {
+        std::string options;
+        std::vector<std::string> expected;
+    };
+    const Case cases[] = {
+        {"--to Lab --keep SAMPLE_ID,CMYK,Lab", {"CTI3\n", "SAMPLE_ID\tCMYK_C\tCMYK_M\tCMYK_Y\tCMYK_K\tLAB_L\tLAB_A\tLAB_B\n",
+                                                 "NUMBER_OF_SETS 1617\n", "\n9\t0.000\t100.000\t0.000\t0.000\t48.000\t74.000\t-3.000\n"}},
+        {"--merge --keep CMYK,XYZ", {"NUMBER_OF_SETS 1588\n", "CMYK_C\tCMYK_M\tCMYK_Y\tCMYK_K\tXYZ_X\tXYZ_Y\tXYZ_Z\n"}},
+        {"--csc", {"% CSC gammut file\n% Version: 2\n\n% Cyan;Magenta;Yellow;Black;L;a;b\n",
+                   "0.00;100.00;0.00;0.00;48.00;74.00;-3.00;\n"}},
+    };
+    for (const Case& c : cases) {
+        const Result r = Run("chart convert '" + in + "' '" + Path("out.txt") + "' " + c.options);
+        ASSERT_EQ(r.code, 0) << c.options << ": " << r.err;
+        const std::string text = Slurp(Path("out.txt"));
+        for (const std::string& piece : c.expected) EXPECT_NE(text.find(piece), std::string::npos) << c.options << ": " << piece;
+    }
+    for (const char* options : {"--keep Foo", "--to CMYK", "--to Lab --add XYZ", "", "--bogus"}) {
+        const Result r = Run("chart convert '" + in + "' '" + Path("bad.txt") + "' " + options + (*options ? "" : " extra"));
+        EXPECT_NE(r.code, 0) << options;
+        const std::vector<std::string> files = Files();
+        EXPECT_EQ(std::count(files.begin(), files.end(), "bad.txt"), 0) << options << ": no partial output";
+    }
+}
+
+// ---- Merge links of device-link profiles ----
+
+#if TINTARA_HOST_PROFILES
+TEST_F(Host, MergeLinkMatchesSixInkRastersWithSpots) {
+    const std::string merge =
+        " -m '" + Link("press.icc") + "' -m '" + Link("orange.icc") + "' -m '" + Link("green.icc") + "' ";
+    const Result described = Run("link" + merge);
+    ASSERT_EQ(described.code, 0) << described.err;
+    EXPECT_NE(described.out.find("(6) -> CMYK (4) of 3 device-link profiles"), std::string::npos) << described.out;
+    EXPECT_EQ(Run("link" + merge + "-o '" + Path("x.lnk") + "'").code, 2);
+    EXPECT_EQ(Run("link" + merge + "-l '" + Link("rgb-to-6.lnk") + "'").code, 2);
+
+    // The library's own view of the merge link, colour by colour.
+    TKLinkRef link = TKNewTKMCLink16Ref();
+    std::vector<TKFileSpec*> specs;
+    for (const char* name : {"press.icc", "orange.icc", "green.icc"})
+        specs.push_back(TKName2FileSpec(TKNewFileSpecRef(), Link(name).c_str()));
+    ASSERT_EQ(TKDLProfiles2MCLink16(link, 3, specs.data(), nullptr), 0);
+    for (TKFileSpec* spec : specs) TKFreeFileSpecRef(spec);
+
+    for (const char* layout : {"", "--planar"})
+        for (const char* bits : {"8", "16"})
+            for (bool emptySpots : {false, true}) {
+                SCOPED_TRACE(std::string(layout) + " " + bits + (emptySpots ? " empty spots" : " spots"));
+                // Six inks and an alpha from the RGB test image; spots cleared on request.
+                ASSERT_EQ(Run(std::string("testimage -a -b ") + bits + " " + layout + " -s 90x70 '" + Path("in.tif") + "'").code, 0);
+                ASSERT_EQ(Run("apply -l '" + Link("rgb-to-6.lnk") + "' '" + Path("in.tif") + "' '" + Path("six.tif") + "'").code, 0);
+                host::Image six = host::ReadTiff(Path("six.tif"));
+                if (emptySpots) {
+                    for (uint32_t y = 0; y < six.height; ++y)
+                        for (uint32_t x = 0; x < six.width; ++x)
+                            for (uint16_t s : {4, 5}) {
+                                const uint64_t pixel = uint64_t(y) * six.width + x;
+                                const uint64_t at = (six.planar ? pixel : pixel * six.samples + s) * six.BytesPerSample();
+                                for (uint32_t b = 0; b < six.BytesPerSample(); ++b) six.planes[six.planar ? s : 0][at + b] = 0;
+                            }
+                    host::WriteTiff(Path("six.tif"), six, "six.tif");
+                }
+                const Result applied = Run("apply" + merge + "'" + Path("six.tif") + "' '" + Path("out.tif") + "'");
+                ASSERT_EQ(applied.code, 0) << applied.err;
+                EXPECT_NE(applied.out.find("2 extra channels merged"), std::string::npos) << applied.out;
+                const host::Image out = host::ReadTiff(Path("out.tif"));
+                ASSERT_EQ(out.samples, 5);
+                ASSERT_EQ(out.extra, 1);
+                EXPECT_EQ(out.inkSet, INKSET_CMYK);
+                EXPECT_EQ(out.planar, six.planar);
+                const double full = six.bits == 16 ? 65535.0 : 255.0;
+                double largest = 0;
+                uint32_t alphaDiffers = 0;
+                for (uint32_t y = 0; y < six.height; y += 3)
+                    for (uint32_t x = 0; x < six.width; ++x) {
+                        double src[6], dst[4];
+                        for (uint16_t c = 0; c < 6; ++c) src[c] = Sample(six, x, y, c) / full * 100.0;
+                        ASSERT_EQ(TKDoTrafo(link, src, dst), 0);
+                        for (uint16_t o = 0; o < 4; ++o)
+                            largest = std::max(largest, std::fabs(Sample(out, x, y, o) - dst[o] / 100.0 * full));
+                        alphaDiffers += Sample(six, x, y, 6) != Sample(out, x, y, 4);
+                    }
+                // 8 bits: one code; 16 bits: a spot member at 0 is the identity within its table's rounding.
+                EXPECT_LE(largest, six.bits == 16 ? 40.0 : 1.0);
+                EXPECT_EQ(alphaDiffers, 0u);
+            }
+    TKFreeTKLink16Ref(link);
+}
+#endif
