@@ -5,6 +5,23 @@
  * significant byte ('CMYK' = 0x434D594B, 'Lab ' = 0x4C616220). Functions returning int32_t give
  * 0 on success and an error code otherwise; factories return NULL on failure.
  * In the match functions srcSkip, dstSkip, srcStep and dstStep count samples, not bytes.
+ *
+ * Threads and one link handle: the match functions, TKDoTrafo, TKGetTrafo*, TKSaveLink* and
+ * TKSaveLink*ToMemory may run on any number of threads at once (a lazy link computes its missing
+ * nodes under its own lock). TKColorTrafo2Link*, TKLoadLink* and TKLoad*FromMemory rebuild the
+ * link: called while another call on the link runs, they return ThreadError (67) and leave it
+ * as it is, and a match, TKDoTrafo or save called during a rebuild returns 67 as well: nothing
+ * waits, so a host that re-bakes a shared link retries or serialises those calls itself. The
+ * TKGetTrafo* queries are not checked: during a rebuild they may answer the old or the new link.
+ * TKFreeTKLink*Ref must come after every other call on the handle has returned, and a link
+ * used inside another trafo (TKConcatenateTrafos) is not checked through that trafo.
+ * Other handles (trafos, profiles, file specs) are for one thread at a time, except that
+ * evaluating a trafo (TKDoTrafo) may run on several threads.
+ *
+ * Global options: TKTintaraSetOption takes only the keys it documents and answers ArgErr (3) for
+ * any other. "LinkDefaultOptions" (1: links baked with options 0 are lazy) is read from the
+ * global settings file "TKGlobalData.txt" in the preferences folder, not set through this call:
+ * a host cannot change it under links being baked on other threads.
  */
 #ifndef TINTARA_H
 #define TINTARA_H

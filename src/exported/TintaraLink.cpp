@@ -2,6 +2,7 @@
 // memory, and match interleaved or planar pixels with a host's progress callback.
 #include <climits>
 #include <cstring>
+#include <optional>
 
 #include "exported/TKExport.h"
 #include "exported/TintaraMCLink.h"
@@ -22,6 +23,24 @@ TKLinkGenericTrafo* HeldLink(TKLinkRef ref) { return RefObjectAs<TKLinkGenericTr
 // its nodes come on first use.
 bool CanMatch(const TKLinkGenericTrafo& link) { return link.GetSrcDim() >= 1 && link.Nodes() != nullptr; }
 
+// A call that found the link in the other kind of call: matching or saving during a bake or a
+// load, or the other way round. Recorded as an error like any other failure.
+int32_t LinkBusy() {
+    return TKGuardCode([]() -> int32_t {
+        TKThrowMsg(ThreadError, "the link is being used or rebuilt by another call");
+    });
+}
+
+// One match call's hold on a plain link: the call counts as a use, so that no bake or load
+// overlaps it. Merge links are built once and never rebuilt under a match.
+struct MatchHold {
+    explicit MatchHold(TKLinkRef ref) {
+        if (TKLinkGenericTrafo* plain = HeldLink(ref)) use.emplace(plain->UseGate());
+    }
+    bool Busy() const { return use && !*use; }
+    std::optional<TKUseGate::Use> use;
+};
+
 // The trafo the match functions push pixels through: a ready link, or a ready merge link of links.
 const TKTrafo* MatchableLink(TKLinkRef ref) {
     if (const TKLinkGenericTrafo* link = HeldLink(ref)) return CanMatch(*link) ? link : nullptr;
@@ -39,6 +58,8 @@ template <class Sample>
 int32_t MatchInterleaved(TKLinkRef ref, int32_t count, const void* src, void* dst, int32_t srcSkip, int32_t dstSkip,
                          TKProgressProc callback, void* userData) {
     TKCallBackProgress progress(callback, userData);
+    MatchHold hold(ref);
+    if (hold.Busy()) return LinkBusy();
     const TKTrafo* link = MatchableLink(ref);
     if (!link) return ArgErr;
     if (count < 0 || srcSkip < 0 || dstSkip < 0 || ((!src || !dst) && count > 0) ||
@@ -62,6 +83,8 @@ template <class Sample>
 int32_t MatchPlanes(TKLinkRef ref, int32_t count, const void** srcPlanes, void** dstPlanes, int32_t srcStep,
                     int32_t dstStep, TKProgressProc callback, void* userData) {
     TKCallBackProgress progress(callback, userData);
+    MatchHold hold(ref);
+    if (hold.Busy()) return LinkBusy();
     const TKTrafo* link = MatchableLink(ref);
     if (!link) return ArgErr;
     const int32_t srcDim = link->GetSrcDim(), dstDim = link->GetDstDim(srcDim);
@@ -111,6 +134,8 @@ int32_t TKColorTrafo2Link16(TKLinkRef link, TKTrafoRef trafo, int32_t gridBits) 
     TKLinkGenericTrafo* target = HeldLink(link);
     if (!target) return ArgErr;
     if (gridBits > kTKMaxGridBits) return TK_ARG_ERROR();
+    TKUseGate::Rebuild rebuild(target->UseGate());
+    if (!rebuild) return LinkBusy();
     return TKGuardCode([&] {
         // Below 1 the value passes as a quality: 0 is the link's default grid.
         target->CalcFromTrafo(source, GridFromBits(gridBits), 0, nullptr);
@@ -126,6 +151,8 @@ int32_t TKSaveLink16(TKLinkRef link, TKFileSpec* spec) {
     if (!spec) return TK_ARG_ERROR();
     TKLinkGenericTrafo* held = HeldLink(link);
     if (!held) return ArgErr;
+    TKUseGate::Use use(held->UseGate());
+    if (!use) return LinkBusy();
     return TKGuardCode([&] {
         held->Save(spec);
         return int32_t(NoErr);
@@ -138,6 +165,8 @@ int32_t TKLoadLink16(TKLinkRef link, TKFileSpec* spec) {
     if (!spec) return TK_ARG_ERROR();
     TKLinkGenericTrafo* held = HeldLink(link);
     if (!held) return ArgErr;
+    TKUseGate::Rebuild rebuild(held->UseGate());
+    if (!rebuild) return LinkBusy();
     return TKGuardCode([&] {
         held->Load(spec);
         return int32_t(NoErr);
@@ -150,6 +179,8 @@ int32_t TKSaveLink16ToMemory(TKLinkRef link, void* buffer, uint32_t size, uint32
     TKLinkGenericTrafo* held = HeldLink(link);
     if (!held) return TK_ARG_ERROR();
     if (!buffer && !length) return int32_t(NoErr);
+    TKUseGate::Use use(held->UseGate());
+    if (!use) return LinkBusy();
     return TKGuardCode([&] {
         TKBuffer stream;
         held->SaveStream(stream);
@@ -171,6 +202,8 @@ int32_t TKSaveLink8ToMemory(TKLinkRef link, void* buffer, uint32_t size, uint32_
 int32_t TKLoadLink16FromMemory(TKLinkRef link, const void* data, uint32_t size) {
     TKLinkGenericTrafo* held = HeldLink(link);
     if (!held || !data) return TK_ARG_ERROR();
+    TKUseGate::Rebuild rebuild(held->UseGate());
+    if (!rebuild) return LinkBusy();
     return TKGuardCode([&] {
         TKBuffer stream(data, size);
         held->LoadStream(stream);

@@ -1,7 +1,10 @@
 // The trafo family of exports: create, concatenate, query and evaluate trafos through
 // reference handles.
+#include <optional>
+
 #include "exported/TKExport.h"
 #include "foundation/TKHandle.h"
+#include "link/TKLinkGenericTrafo.h"
 #include "numeric/TKTrafoList.h"
 #include "tintara.h"
 
@@ -55,7 +58,11 @@ uint32_t TKGetTrafoDstType(TKTrafoRef ref) {
 int32_t TKDoTrafo(TKTrafoRef ref, const double* src, double* dst) {
     TKTrafo* trafo = HeldTrafo(ref);
     if (!trafo || !src || !dst) return TK_ARG_ERROR();
+    // A link counts the evaluation as a use, so that it never overlaps a bake or a load.
+    std::optional<TKUseGate::Use> use;
+    if (auto* link = TKCast<TKLinkGenericTrafo>(trafo, "TKLinkGenericTrafo")) use.emplace(link->UseGate());
     return TKGuardCode([&] {
+        if (use && !*use) TKThrowMsg(ThreadError, "the link is being rebuilt by another call");
         int32_t srcDim = trafo->GetSrcDim();
         TKVector colour;
         colour.SetFromArray(srcDim, src);

@@ -245,19 +245,34 @@ void TKICCProfileBasic::Read(TKStream& stream, int32_t level) {
         }
         stream.Seek(offset, kSeekStart);
         uint32_t type = uint32_t(ReadInt32(stream, true, kBigEndian));
-        TKRefPtr<TKICCTag> tag = TKICCTag::Create(type, signature);
-        if (type == TKICCSig("ncl2"))
-            TKCast<TKNamedColor2TypeTag>(tag.Get(), "TKNamedColor2TypeTag")->SetSpaces(fHeader.colorSpace, fHeader.pcs);
-        tag->SetOffset(offset);
-        tag->SetSize(size);
-        AddTag(tag.Get(), false);
+        AddTag(NewTableTag(type, signature, offset, size).Get(), false);
     }
     stream.Seek(behindTable, kSeekStart);
     if (level < 2) return;
-    for (const auto& tag : fTags) {
+    for (size_t i = 0; i < fTags.size(); ++i) {
+        TKICCTag* tag = fTags[i].Get();
         stream.Seek(base + tag->GetOffset(), kSeekStart);
-        ReadTag(tag.Get(), stream);
+        ReadTag(tag, stream);
+        // The class was chosen by the type at the offset from the stream's start; when the body
+        // behind `base` names another type, the tag is made again for that type, so that no
+        // object carries a type its class cannot interpret.
+        TKRefPtr<TKICCTag> fitting = NewTableTag(tag->GetType(), tag->GetSignature(), tag->GetOffset(), tag->GetSize());
+        if (TKClassNameIs(fitting->ClassName(), tag->ClassName())) continue;
+        stream.Seek(base + tag->GetOffset(), kSeekStart);
+        ReadTag(fitting.Get(), stream);
+        ReplaceTagAt(i, fitting);
     }
+}
+
+TKRefPtr<TKICCTag> TKICCProfileBasic::NewTableTag(uint32_t type, uint32_t signature, uint32_t offset, uint32_t size) {
+    TKRefPtr<TKICCTag> tag = TKICCTag::Create(type, signature);
+    // The factory binds some signatures to a class whatever type they claim ("chad"): the
+    // named-colour spaces go only to a tag that is one.
+    if (auto* named = TKCast<TKNamedColor2TypeTag>(tag.Get(), "TKNamedColor2TypeTag"))
+        named->SetSpaces(fHeader.colorSpace, fHeader.pcs);
+    tag->SetOffset(offset);
+    tag->SetSize(size);
+    return tag;
 }
 
 void TKICCProfileBasic::ReadFile(const TKFileSpec& spec, int32_t level) {

@@ -109,6 +109,9 @@ public:
 protected:
     // Replaces the tag at `index`, keeping its place in the list.
     void ReplaceTagAt(size_t index, TKRefPtr<TKICCTag> tag);
+    // A tag object for one entry of a table being read, of the class the factory gives (type,
+    // signature), with offset, size and, for named colours, the header's spaces.
+    TKRefPtr<TKICCTag> NewTableTag(uint32_t type, uint32_t signature, uint32_t offset, uint32_t size);
 
     TKICCHeader fHeader;
     std::vector<TKRefPtr<TKICCTag>> fTags;

@@ -87,7 +87,9 @@ public:
     }
 
     void ParseLevel(TKDataBase& base, int depth) {
-        if (depth > kMaxDepth) TKThrowMsg(FormatErr, "Data base nested too deeply");
+        // The block that wraps an angle-form text is no level of its own: the writer's limit
+        // counts data bases, and what it writes must read back.
+        if (depth - fWrapped > kMaxDepth) TKThrowMsg(FormatErr, "Data base nested too deeply");
         bool anyEntry = false;
         int32_t last = -1;  // index of the last entry read at this level
         for (;;) {
@@ -104,7 +106,9 @@ public:
                     // The angle form wraps the whole text in one block: at the top, before any
                     // entry, a block is read into the top level itself.
                     if (depth == 0 && !anyEntry) {
+                        fWrapped = 1;
                         ParseLevel(base, depth + 1);
+                        fWrapped = 0;
                         anyEntry = true;
                         continue;
                     }
@@ -226,6 +230,7 @@ private:
     const char* fText;
     int64_t fLength;
     int64_t fPos = 0;
+    int fWrapped = 0;  // 1 inside the block that wraps an angle-form text
 };
 
 TKDataBase::TKDataBase() = default;
@@ -457,6 +462,8 @@ void TKDataBase::SetLineEnd(const TKString& lineEnd) { fLineEnd = lineEnd; }
 TKString TKDataBase::GetLineEnd() const { return fLineEnd; }
 
 void TKDataBase::WriteLevel(TKString& out, int depth, bool angle, const TKString& lineEnd) const {
+    // Deeper than the reader takes would write text that cannot be read back.
+    if (depth - int(angle) > kMaxDepth) TKThrowMsg(FormatErr, "Data base nested too deeply");
     if (fInfoBase) {
         AppendTabs(out, depth);
         out.Append(angle ? "<_DBInfo =>" : "_DBInfo =");

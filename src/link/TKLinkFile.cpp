@@ -4,6 +4,7 @@
 // must be in the stream before anything is allocated.
 #include "foundation/TKError.h"
 #include "io/TKBinaryReader.h"
+#include "io/TKBuffer.h"
 #include "io/TKFile.h"
 #include "io/TKFileSpec.h"
 #include "link/TKLinkFileFormat.h"
@@ -58,20 +59,37 @@ void TKLinkGeneric::Read(TKStream& stream) {
     // The dimensions decide every size below; the stream must hold all of it before Init
     // allocates tables that a short or hostile file could never fill.
     const TKLinkFileLayout layout = TKLinkFileLayout::For(grid, srcDim, dstDim);
-    in.RequireAvailable(layout.innerBytes - TKLinkFileLayout::kHeaderBytes);
-    Init(srcDim, dstDim, grid, 0);
-
-    fHasInputCurves = in.S32() != 0;
-    fHasOutputCurves = in.S32() != 0;
-    if (in.S32() != fInputCurveSize) TKThrowMsg(FormatErr, "link file: unexpected input curve size");
-    in.Values(fInputCurves.get(), size_t(fSrcDim) * size_t(fInputCurveSize));
-    in.Values(fInput8.get(), size_t(fSrcDim) * size_t(fInput8Size));
-    if (in.S32() != fOutputCurveSize) TKThrowMsg(FormatErr, "link file: unexpected output curve size");
-    in.Values(fOutputCurves.get(), size_t(fDstDim) * size_t(fOutputCurveSize));
-    in.Bytes(fOutput8.get(), size_t(fDstDim) * size_t(fOutput8Size));
-    if (in.U32() != layout.nodeBytes) TKThrowMsg(FormatErr, "link file: unexpected grid size");
-    in.Values(fNodes.get(), size_t(layout.nodeBytes / 2));
-    ExpectMagic(in, TKLinkFileLayout::kInnerEnd);
+    const uint64_t bodyBytes = layout.innerBytes - TKLinkFileLayout::kHeaderBytes;
+    auto readTables = [&](TKBinaryReader& body) {
+        Init(srcDim, dstDim, grid, 0);
+        fHasInputCurves = body.S32() != 0;
+        fHasOutputCurves = body.S32() != 0;
+        if (body.S32() != fInputCurveSize) TKThrowMsg(FormatErr, "link file: unexpected input curve size");
+        body.Values(fInputCurves.get(), size_t(fSrcDim) * size_t(fInputCurveSize));
+        body.Values(fInput8.get(), size_t(fSrcDim) * size_t(fInput8Size));
+        if (body.S32() != fOutputCurveSize) TKThrowMsg(FormatErr, "link file: unexpected output curve size");
+        body.Values(fOutputCurves.get(), size_t(fDstDim) * size_t(fOutputCurveSize));
+        body.Bytes(fOutput8.get(), size_t(fDstDim) * size_t(fOutput8Size));
+        if (body.U32() != layout.nodeBytes) TKThrowMsg(FormatErr, "link file: unexpected grid size");
+        body.Values(fNodes.get(), size_t(layout.nodeBytes / 2));
+        ExpectMagic(body, TKLinkFileLayout::kInnerEnd);
+    };
+    if (in.Remaining() >= 0) {
+        in.RequireAvailable(bodyBytes);
+        readTables(in);
+        return;
+    }
+    // A stream that cannot tell its length (a pipe, a socket) is taken in first: memory grows
+    // with the bytes that really arrive, not with what the header claims, and a short stream
+    // fails before any table exists.
+    TKBuffer held;
+    {
+        const std::vector<uint8_t> bytes = in.Block(bodyBytes);
+        held.Write(bytes.data(), bytes.size());
+    }
+    held.Seek(0, kSeekStart);
+    TKBinaryReader body(held, kLittleEndian);
+    readTables(body);
 }
 
 // ---- Outer record ----

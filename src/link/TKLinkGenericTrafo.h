@@ -5,6 +5,7 @@
 // (a TKLinkGenericTrafo* converts to TKLinkGeneric*), never by reading that address as the base.
 #pragma once
 
+#include "foundation/TKUseGate.h"
 #include "link/TKLinkGeneric.h"
 #include "numeric/TKLutTrafo.h"
 #include "numeric/TKTrafoList.h"
@@ -107,6 +108,9 @@ public:
 
     // Drops the stage trafos once every node is baked: a complete link needs no colour machinery.
     void ReleaseStagesIfComplete() const;
+    // The gate of the calls of a host: matching and saving use the link, baking and loading
+    // rebuild it, and the two never overlap.
+    TKUseGate& UseGate() const { return fUseGate; }
 
 protected:
     // Takes every range, Bits and the five trafos of another link (not its tables).
@@ -138,4 +142,5 @@ protected:
 private:
     // Set while stage trafos are held, so matching a complete link tests one flag.
     mutable std::atomic<bool> fHoldsStages{false};
+    mutable TKUseGate fUseGate;
 };

@@ -207,4 +207,74 @@ TEST_F(LinkExports, MemoryArgumentFailures) {
     EXPECT_EQ(TKSaveLink16ToMemory(h.link, nullptr, 0, &n), PtrInvalid);
 }
 
+// Calls made from inside a running call on the same link: what another thread would see.
+struct Intruder {
+    TKLinkRef link = nullptr;
+    TKTrafoRef trafo = nullptr;
+    std::vector<uint8_t> saved;
+    std::vector<int32_t> codes;
+};
+
+int32_t RebuildWhileMatching(int32_t, int32_t, void* userData) {
+    auto* in = static_cast<Intruder*>(userData);
+    if (!in->codes.empty()) return 0;
+    uint16_t pixel[3] = {1, 2, 3}, out[4];
+    uint32_t length = 0;
+    in->codes = {TKLoadLink16FromMemory(in->link, in->saved.data(), uint32_t(in->saved.size())),
+                 TKColorTrafo2Link16(in->link, in->trafo, 3), TKSaveLink16ToMemory(in->link, nullptr, 0, &length),
+                 TKLink16Match(in->link, 1, pixel, out, 0, 0, nullptr, nullptr)};
+    return 0;
+}
+
+TEST_F(LinkExports, RebuildingALinkInUseIsRefused) {
+    Handles h;
+    ASSERT_EQ(TKColorTrafo2Link16(h.link, h.trafo, 4), 0);
+    Intruder intruder{h.link, h.trafo};
+    uint32_t length = 0;
+    ASSERT_EQ(TKSaveLink16ToMemory(h.link, nullptr, 0, &length), 0);
+    intruder.saved.resize(length);
+    ASSERT_EQ(TKSaveLink16ToMemory(h.link, intruder.saved.data(), length, &length), 0);
+    const int32_t count = 200000;  // long enough for a progress report
+    std::vector<uint16_t> src = RandomSamples(size_t(count) * 3, 9), quiet(size_t(count) * 4), busy(quiet.size());
+    ASSERT_EQ(TKLink16Match(h.link, count, src.data(), quiet.data(), 0, 0, nullptr, nullptr), 0);
+    ASSERT_EQ(TKLink16Match(h.link, count, src.data(), busy.data(), 0, 0, RebuildWhileMatching, &intruder), 0);
+    // Load and bake are refused; saving and matching run beside the match.
+    EXPECT_EQ(intruder.codes, (std::vector<int32_t>{ThreadError, ThreadError, 0, 0}));
+    EXPECT_EQ(TKError::LastError().code(), ThreadError);
+    EXPECT_EQ(quiet, busy);
+    EXPECT_EQ(TKLoadLink16FromMemory(h.link, intruder.saved.data(), uint32_t(intruder.saved.size())), 0);
+}
+
+// A trafo that, while a link is baked from it, tries to use that link.
+class MatchWhileBaking : public RGBToCMYK {
+public:
+    explicit MatchWhileBaking(Intruder& intruder) : fIntruder(intruder) {}
+    TKVector Trafo(const TKVector& v) const override {
+        if (fIntruder.codes.empty()) {
+            uint16_t pixel[3] = {1, 2, 3}, out[4];
+            double colour[4], source[3] = {1, 2, 3};
+            uint32_t length = 0;
+            fIntruder.codes = {TKLink16Match(fIntruder.link, 1, pixel, out, 0, 0, nullptr, nullptr),
+                               TKDoTrafo(fIntruder.link, source, colour),
+                               TKSaveLink16ToMemory(fIntruder.link, nullptr, 0, &length)};
+        }
+        return RGBToCMYK::Trafo(v);
+    }
+
+private:
+    Intruder& fIntruder;
+};
+
+TEST_F(LinkExports, UsingALinkBeingBakedIsRefused) {
+    Handles h;
+    ASSERT_EQ(TKColorTrafo2Link16(h.link, h.trafo, 2), 0);  // a usable link before the bake
+    Intruder intruder{h.link};
+    TKTrafoRef intruding = NewRef(new MatchWhileBaking(intruder), true);
+    EXPECT_EQ(TKColorTrafo2Link16(h.link, intruding, 3), 0);
+    EXPECT_EQ(intruder.codes, (std::vector<int32_t>{ThreadError, ThreadError, ThreadError}));
+    uint16_t pixel[3] = {0, 0, 0}, out[4];
+    EXPECT_EQ(TKLink16Match(h.link, 1, pixel, out, 0, 0, nullptr, nullptr), 0);
+    TKFreeTKTrafoRef(intruding);
+}
+
 }  // namespace

@@ -1,6 +1,7 @@
 // Inputs kept from fuzzing ICC profiles (tests/data/icc/fuzz-regressions): each is read at
-// level 2, every tag is asked for its values and the profile is written. Failing with a TKError
-// is fine; what the sanitizer builds guard here is that nothing reads out of bounds or leaks.
+// level 2, every tag is asked for its values, trafos are built and the profile is written.
+// Failing with a TKError is fine; what the sanitizer builds guard here is that nothing reads out
+// of bounds or leaks.
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -8,6 +9,7 @@
 
 #include "icc/TKICCLutTags.h"
 #include "icc/TKICCProfile.h"
+#include "icc/TKICCTrafoBuilder.h"
 #include "io/TKBuffer.h"
 #include "support/TestSupport.h"
 
@@ -46,6 +48,17 @@ TEST(ICCFuzzRegressions, ReadAskAndWriteEveryInput) {
                 TKBuffer dump;
                 tag->Dump(dump);
             });
+        }
+        if (readOk) {
+            // Trafos for every intent both ways, each asked for a colour, as the trafo fuzzer does.
+            TKICCTrafoBuilder builder(profile.Get());
+            for (int32_t intent : {0, 1, 2, 3, TKICCTrafoBuilder::kHeaderIntent})
+                for (bool toPCS : {true, false})
+                    Fails([&] {
+                        TKRefPtr<TKTrafo> trafo = toPCS ? builder.GetA2BTrafo(intent) : builder.GetB2ATrafo(intent);
+                        TKVector colour(trafo->GetSrcDim() > 0 ? trafo->GetSrcDim() : 3, trafo->GetSrcType(), 0.5);
+                        trafo->TrafoInPlace(colour);
+                    });
         }
         TKBuffer out;
         if (!Fails([&] { profile->Write(out, 0, false, true); }) && readOk) {

@@ -417,3 +417,50 @@ TEST(ICCProfileHelpers, FileDataTag) {
     EXPECT_EQ(data->GetSize(), 8u + 4u + 3000u);
     std::remove(path.c_str());
 }
+
+namespace {
+
+// A profile with a white point and an adaptation matrix, and the table offset of one of its tags.
+Bytes ProfileWithChad() {
+    auto profile = SmallProfile();
+    auto chad = TKMakeRef<TKChromaticAdaptationTag>();
+    chad->SetMatrix(TKMatrix::Identity(3));
+    profile->AddTag(chad.Get(), false);
+    return WriteProfile(*profile);
+}
+
+uint32_t TagOffset(const Bytes& b, uint32_t signature) {
+    for (uint32_t i = 0; i < U32At(b, 128); ++i)
+        if (U32At(b, 132 + 12 * i) == signature) return U32At(b, 132 + 12 * i + 4);
+    ADD_FAILURE() << "no such tag";
+    return 0;
+}
+
+}  // namespace
+
+// No tag object may end up with a type its class cannot interpret.
+TEST(ICCProfileRead, NamedColourTypeUnderAdaptationSignatureStaysAnAdaptationTag) {
+    Bytes bytes = ProfileWithChad();
+    SetU32At(bytes, TagOffset(bytes, TKICCSig("chad")), TKICCSig("ncl2"));
+    auto profile = ReadProfile(bytes);
+    TKICCTag* tag = profile->GetTag(TKICCSig("chad"), false);
+    ASSERT_NE(tag, nullptr);
+    EXPECT_NE(TKCast<TKChromaticAdaptationTag>(tag, "TKChromaticAdaptationTag"), nullptr);
+    EXPECT_EQ(profile->GetTag(TKICCSig("chad")), nullptr);  // "ncl2" is no allowed type for "chad"
+}
+
+TEST(ICCProfileRead, BodyBehindABaseGetsTheClassOfItsOwnType) {
+    // The table is read at offsets from the stream's start, the bodies behind the base: a prefix
+    // puts a foreign type where the table looks, the real XYZ body stands behind the base.
+    const Bytes profileBytes = ProfileWithChad();
+    const size_t base = profileBytes.size();
+    Bytes stream(base, 0);
+    SetU32At(stream, TagOffset(profileBytes, TKICCSig("wtpt")), TKICCSig("ncl2"));
+    stream.insert(stream.end(), profileBytes.begin(), profileBytes.end());
+    auto profile = TKMakeRef<TKICCProfile>();
+    TKBuffer in(stream.data(), uint32_t(stream.size()));
+    in.Seek(int64_t(base), kSeekStart);
+    profile->Read(in, 2);
+    ASSERT_NE(TKCast<TKICCXYZTag>(profile->GetTag(TKICCSig("wtpt")), "TKICCXYZTag"), nullptr);
+    EXPECT_NEAR(profile->GetWhitePoint()[2], 82.49, 0.01);
+}

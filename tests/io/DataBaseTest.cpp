@@ -1,5 +1,7 @@
 // TKDataBase: paths, typed values, the two text forms, comments, _DBInfo and sorting.
 #include <random>
+#include <string>
+#include <utility>
 
 #include "io/TKDataBase.h"
 #include "io/TKFileSpec.h"
@@ -288,4 +290,26 @@ TEST(DataBaseFile, SaveAndLoad) {
     EXPECT_DOUBLE_EQ(back->GetDouble("gSeparationDefaultFactor", 0), 0.9);
     std::remove(path.c_str());
     EXPECT_TKERROR(back->Load(TKFileSpec(TKString((path + ".missing").c_str()))), FileNotOpen);
+}
+
+TEST(DataBaseText, WriterAndReaderAgreeOnTheDepthLimit) {
+    // A value under n nested bases; 200 levels is the limit of both sides, in both forms.
+    auto nested = [](int levels) {
+        std::string path;
+        for (int i = 0; i < levels; ++i) path += "a/";
+        auto base = TKMakeRef<TKDataBase>();
+        base->SetString((path + "x").c_str(), "v");
+        return std::make_pair(base, path + "x");
+    };
+    for (bool angle : {false, true}) {
+        AngleScope scope(angle);
+        SCOPED_TRACE(angle);
+        auto [deepest, path] = nested(200);
+        auto back = Parse(deepest->ToText().CString());
+        EXPECT_STREQ(back->GetString(path.c_str(), "").CString(), "v");
+        EXPECT_TKERROR(nested(201).first->ToText(), FormatErr);
+    }
+    std::string tooDeep = "a = 1\n";
+    for (int i = 0; i < 201; ++i) tooDeep += "{\na = 1\n";
+    EXPECT_TKERROR(Parse(tooDeep.c_str()), FormatErr);
 }

@@ -1,8 +1,12 @@
 // The link file: byte layout, round trips through memory and files, a checked-in file that must
 // keep loading and matching the same, and every kind of corruption and truncation.
+#include <sys/resource.h>
+
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "color/TKColors.h"
@@ -289,3 +293,53 @@ TEST(LinkFile, WritingAnEmptyLinkIsRefused) {
 }
 
 }  // namespace
+
+namespace {
+
+// A stream that reads forward and cannot tell its length or seek, as a pipe or a socket.
+class PipeStream : public TKStreamImplemented {
+public:
+    explicit PipeStream(std::vector<uint8_t> bytes) : fBytes(std::move(bytes)) {}
+    void Read(void* destination, size_t count, size_t* bytesRead) override {
+        const size_t take = std::min(count, fBytes.size() - fPosition);
+        if (destination) std::memcpy(destination, fBytes.data() + fPosition, take);
+        fPosition += take;
+        if (bytesRead) *bytesRead = take;
+    }
+
+private:
+    std::vector<uint8_t> fBytes;
+    size_t fPosition = 0;
+};
+
+long PeakKilobytes() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+}  // namespace
+
+TEST(LinkFile, PipeLoadsTheSameAsABuffer) {
+    auto link = MakeLink(3, 4, 9);
+    TKRefPtr<TKLinkGenericTrafo> back = TKMakeRef<TKLinkGenericTrafo>();
+    PipeStream pipe(Save(*link));
+    back->LoadStream(pipe);
+    EXPECT_EQ(MatchSome(*back), MatchSome(*link));
+}
+
+TEST(LinkFile, PipeClaimingAGigabyteCostsOnlyWhatArrives) {
+    // The header of a 65-point, 4 to 30 channel link (a gigabyte of nodes), then 1 MB of zeros.
+    std::vector<uint8_t> bytes(8 + 16 + (1 << 20), 0);
+    PutU32(bytes, 0, TKLinkFileLayout::kOuterBegin);
+    PutU32(bytes, 4, TKLinkFileLayout::kInnerBegin);
+    PutU32(bytes, 8, 65);
+    PutU32(bytes, 12, 4);
+    PutU32(bytes, 16, 30);
+    ASSERT_GT(TKLinkFileLayout::For(65, 4, 30).nodeBytes, uint64_t(1) << 29);
+    const long before = PeakKilobytes();
+    TKRefPtr<TKLinkGenericTrafo> link = TKMakeRef<TKLinkGenericTrafo>();
+    PipeStream pipe(std::move(bytes));
+    EXPECT_TKERROR(link->LoadStream(pipe), EOFReached);
+    EXPECT_LT(PeakKilobytes() - before, 64 * 1024) << "kilobytes of peak memory grown";
+}

@@ -25,7 +25,7 @@ const char* const kUsage =
     "options:\n";
 
 // The output raster: the source's size and tags, the link's channels, the same extra samples.
-Image Prepare(const Image& in, TKLinkRef link, const std::string& inName) {
+Image Prepare(const Image& in, TKLinkRef link, const std::string& inName, uint64_t maxImageBytes) {
     const int32_t srcDim = TKGetTrafoSrcDim(link), dstDim = TKGetTrafoDstDim(link);
     if (srcDim != in.ColourChannels())
         throw Failure(inName + " has " + std::to_string(in.ColourChannels()) + " colour channels; the trafo takes " +
@@ -41,7 +41,7 @@ Image Prepare(const Image& in, TKLinkRef link, const std::string& inName) {
                                                                          : PHOTOMETRIC_SEPARATED;
     out.inkSet = (dstDim == 4 && dstType != SignatureFrom("mc4A")) ? INKSET_CMYK : INKSET_MULTIINK;
     out.iccProfile.clear();
-    out.Allocate(false);  // every sample is matched or copied into it
+    out.Allocate(false, maxImageBytes);  // every sample is matched or copied into it
     return out;
 }
 
@@ -55,6 +55,7 @@ int RunApply(Args& args) {
     std::string embed, compression;
     bool noEmbed = false;
     int layout = 0;  // 0 keep, 1 interleaved, 2 planar
+    uint64_t maxImageBytes = kMaxImageBytes;
     std::vector<std::string> files;
     while (!args.Done()) {
         if (WantsHelp(args, kUsage)) {
@@ -64,7 +65,8 @@ int RunApply(Args& args) {
                         "  -e, --embed FILE     profile to embed (default: the chain's last profile)\n"
                         "      --no-embed       embed no profile\n"
                         "  -c, --compression C  none, lzw, deflate or packbits (default: the source's)\n"
-                        "      --planar, --interleaved  sample layout of the output (default: the source's)\n%s",
+                        "      --planar, --interleaved  sample layout of the output (default: the source's)\n"
+                        "      --max-image MIB  largest decoded input or output image, 1-4096 (default 4096)\n%s",
                         ChainUsage(), PureUsage());
             return 0;
         }
@@ -77,6 +79,7 @@ int RunApply(Args& args) {
         else if (word == "-c" || word == "--compression") compression = args.Value(word);
         else if (word == "--planar") layout = 2;
         else if (word == "--interleaved") layout = 1;
+        else if (word == "--max-image") maxImageBytes = uint64_t(args.IntValue(word, 1, int(kMaxImageBytes >> 20))) << 20;
         else if (IsOption(word)) throw UsageError("unknown option " + word);
         else files.push_back(word);
     }
@@ -92,9 +95,9 @@ int RunApply(Args& args) {
     // needs the other. Should the setup fail, leaving this scope waits for the read to end.
     double readSeconds = 0;
     std::future<Image> reading =
-        std::async(threads > 1 ? std::launch::async : std::launch::deferred, [&inName, &readSeconds] {
+        std::async(threads > 1 ? std::launch::async : std::launch::deferred, [&inName, &readSeconds, maxImageBytes] {
             const auto readStart = std::chrono::steady_clock::now();
-            Image image = ReadTiff(inName);
+            Image image = ReadTiff(inName, maxImageBytes);
             readSeconds = SecondsSince(readStart);
             return image;
         });
@@ -116,7 +119,7 @@ int RunApply(Args& args) {
     if (!profileName.empty()) profile = ReadFileBytes(profileName);
 
     const Image in = reading.get();
-    Image out = Prepare(in, link, inName);
+    Image out = Prepare(in, link, inName, maxImageBytes);
     out.iccProfile = profile;
     if (outCompression) {
         out.compression = outCompression;
@@ -134,7 +137,7 @@ int RunApply(Args& args) {
     if (layout != 0 && (layout == 2) != out.planar) {
         Image relaid(static_cast<const ImageShape&>(out));
         relaid.planar = layout == 2;
-        relaid.Allocate(false);
+        relaid.Allocate(false, maxImageBytes);
         const uint32_t bytes = out.BytesPerSample();
         for (uint32_t y = 0; y < out.height; ++y)
             for (uint32_t x = 0; x < out.width; ++x)

@@ -73,7 +73,12 @@ struct ImageShape {
     uint32_t BytesPerSample() const { return bits / 8u; }
     // Bytes of one row in one buffer.
     uint64_t RowBytes() const { return uint64_t(width) * (planar ? 1u : samples) * BytesPerSample(); }
+    // Bytes of all buffers together; UINT64_MAX where that does not fit.
+    uint64_t TotalBytes() const;
 };
+
+// The largest decoded image the host takes; --max-image lowers it.
+constexpr uint64_t kMaxImageBytes = uint64_t(1) << 32;
 
 struct Image : ImageShape {
     Image() = default;
@@ -81,12 +86,13 @@ struct Image : ImageShape {
     // One buffer for interleaved samples, or one per sample for planar ones; rows top to bottom.
     std::vector<SampleBuffer> planes;
     // Allocates the buffers for the size and layout already set, zeroed or, for a raster that is
-    // filled whole right after, left as they come.
-    void Allocate(bool zeroed = true);
+    // filled whole right after, left as they come. Refuses more than `maxBytes` in all.
+    void Allocate(bool zeroed = true, uint64_t maxBytes = kMaxImageBytes);
 };
 
-// Reads a TIFF; a Failure names the file and what is wrong with it.
-Image ReadTiff(const std::string& path);
+// Reads a TIFF; a Failure names the file and what is wrong with it. An image that would decode
+// to more than `maxImageBytes`, or to more than its strips could hold, is refused unread.
+Image ReadTiff(const std::string& path, uint64_t maxImageBytes = kMaxImageBytes);
 // Writes a TIFF with the image's tags (to a path that an OutputFile manages).
 void WriteTiff(const std::string& path, const Image& image, const std::string& shownName);
 // Writes a PNG of an RGB or gray image, with an alpha channel if the image has one extra sample.

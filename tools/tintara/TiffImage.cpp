@@ -1,5 +1,6 @@
 // Reads and writes TIFF rasters through libtiff, checking every size before allocating.
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <tiffio.h>
 
 #include <algorithm>
@@ -44,8 +45,44 @@ TiffPtr Open(const std::string& path, const char* mode, const std::string& shown
     return tiff;
 }
 
-// Larger images than this are refused rather than allocated.
-constexpr uint64_t kMaxImageBytes = uint64_t(1) << 32;
+// The most one byte of a strip can give when decoded. A header that claims more pixels than
+// the file's strip bytes could hold under its compression is forged, not a large image.
+uint64_t MaxExpansion(uint16_t compression) {
+    switch (compression) {
+        case COMPRESSION_NONE: return 1;
+        case COMPRESSION_PACKBITS: return 64;  // a 2-byte run repeats a byte 128 times
+        case COMPRESSION_LZW: return 8192;     // a code of 9 to 12 bits stands for a string of up to a table's length
+        case COMPRESSION_ADOBE_DEFLATE:
+        case COMPRESSION_DEFLATE: return 1032;  // deflate's own limit
+        default: return uint64_t(1) << 15;      // codecs not modelled here; the size limit still holds
+    }
+}
+
+// The bytes of the file that the strips point at, each byte counted once however many strips
+// share it: strips that all point at one block decode to many copies of few bytes.
+uint64_t CoveredStripBytes(TIFF* t, uint64_t fileSize) {
+    std::vector<std::pair<uint64_t, uint64_t>> ranges;
+    const uint32_t strips = TIFFNumberOfStrips(t);
+    ranges.reserve(strips);
+    for (uint32_t s = 0; s < strips; ++s) {
+        const uint64_t offset = TIFFGetStrileOffset(t, s), count = TIFFGetStrileByteCount(t, s);
+        if (offset >= fileSize) continue;
+        ranges.emplace_back(offset, offset + std::min(count, fileSize - offset));
+    }
+    std::sort(ranges.begin(), ranges.end());
+    uint64_t covered = 0, reached = 0;
+    for (const auto& [begin, end] : ranges) {
+        const uint64_t from = std::max(begin, reached);
+        if (end > from) covered += end - from;
+        reached = std::max(reached, end);
+    }
+    return covered;
+}
+
+uint64_t FileSize(const std::string& path) {
+    struct stat info {};
+    return stat(path.c_str(), &info) == 0 ? uint64_t(info.st_size) : 0;
+}
 
 }  // namespace
 
@@ -70,10 +107,18 @@ uint16_t CompressionFrom(const std::string& name) {
     throw UsageError("unknown compression '" + name + "' (none, lzw, deflate, packbits)");
 }
 
-void Image::Allocate(bool zeroed) {
+uint64_t ImageShape::TotalBytes() const {
+    uint64_t total = 0;
+    const uint64_t buffers = planar ? samples : 1u;
+    return __builtin_mul_overflow(RowBytes() * buffers, uint64_t(height), &total) ? UINT64_MAX : total;
+}
+
+void Image::Allocate(bool zeroed, uint64_t maxBytes) {
     const uint64_t bytes = RowBytes() * height;
-    if (width == 0 || height == 0 || bytes / height != RowBytes() || bytes > kMaxImageBytes)
-        throw Failure("image of " + std::to_string(width) + " x " + std::to_string(height) + " pixels is too large");
+    if (width == 0 || height == 0) throw Failure("image of " + std::to_string(width) + " x " + std::to_string(height) + " pixels is empty");
+    if (TotalBytes() > std::min(maxBytes, kMaxImageBytes))
+        throw Failure("image of " + std::to_string(width) + " x " + std::to_string(height) + " pixels is too large (over " +
+                      std::to_string(std::min(maxBytes, kMaxImageBytes) >> 20) + " MiB; see --max-image)");
     planes.clear();
     planes.resize(planar ? samples : 1);
     for (SampleBuffer& plane : planes) {
@@ -82,7 +127,7 @@ void Image::Allocate(bool zeroed) {
     }
 }
 
-Image ReadTiff(const std::string& path) {
+Image ReadTiff(const std::string& path, uint64_t maxImageBytes) {
     TiffPtr tiff = Open(path, "r", path);
     TIFF* t = tiff.get();
     auto fail = [&](const std::string& why) { return Failure("cannot read " + path + ": " + why); };
@@ -137,7 +182,12 @@ Image ReadTiff(const std::string& path) {
     if (TIFFGetField(t, TIFFTAG_ICCPROFILE, &iccSize, &icc) && icc && iccSize > 0)
         image.iccProfile.assign(static_cast<uint8_t*>(icc), static_cast<uint8_t*>(icc) + iccSize);
     if (uint64_t(TIFFScanlineSize64(t)) != image.RowBytes()) throw fail("rows of unexpected size");
-    image.Allocate(false);
+    const uint64_t decoded = image.TotalBytes();
+    const uint64_t covered = CoveredStripBytes(t, FileSize(path));
+    if (decoded / MaxExpansion(image.compression) > covered)
+        throw fail("its strips hold " + std::to_string(covered) + " bytes, too few for the " + std::to_string(decoded) +
+                   " bytes its header claims");
+    image.Allocate(false, maxImageBytes);
     // Whole strips go straight into the raster: one library call and no copy per strip.
     uint32_t stripRows = 0;
     TIFFGetFieldDefaulted(t, TIFFTAG_ROWSPERSTRIP, &stripRows);

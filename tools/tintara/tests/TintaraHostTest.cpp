@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include "../HostSupport.h"
 #include "../Image.h"
 #include "tintara.h"
 
@@ -383,6 +384,62 @@ TEST_F(Host, DamagedStripsFailCleanly) {
                                Path("damaged.tif") + "' '" + Path("o.tif") + "'"),
                            "damaged");
     EXPECT_EQ(Files(), before);
+}
+
+// A deflate TIFF of zeros in many strips; with `shareOffsets` every strip entry points at the
+// first strip's bytes, so that little data claims a large image.
+void WriteStripTiff(const std::string& path, uint32_t width, uint32_t height, uint32_t rowsPerStrip,
+                    bool shareOffsets) {
+    TIFF* t = TIFFOpen(path.c_str(), "w");
+    ASSERT_NE(t, nullptr);
+    TIFFSetField(t, TIFFTAG_IMAGEWIDTH, width);
+    TIFFSetField(t, TIFFTAG_IMAGELENGTH, height);
+    TIFFSetField(t, TIFFTAG_BITSPERSAMPLE, 8);
+    TIFFSetField(t, TIFFTAG_SAMPLESPERPIXEL, 1);
+    TIFFSetField(t, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+    TIFFSetField(t, TIFFTAG_COMPRESSION, COMPRESSION_ADOBE_DEFLATE);
+    TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, rowsPerStrip);
+    std::vector<uint8_t> strip(size_t(width) * rowsPerStrip, 0);
+    for (uint32_t s = 0; s < height / rowsPerStrip; ++s)
+        ASSERT_GE(TIFFWriteEncodedStrip(t, s, strip.data(), tmsize_t(strip.size())), 0);
+    TIFFClose(t);
+    if (!shareOffsets) return;
+    // Little-endian classic TIFF: the first directory's StripOffsets (273) array gets its first value everywhere.
+    std::string bytes = Slurp(path);
+    auto u16 = [&](size_t at) { return uint32_t(uint8_t(bytes[at])) | uint32_t(uint8_t(bytes[at + 1])) << 8; };
+    auto u32 = [&](size_t at) { return u16(at) | u16(at + 2) << 16; };
+    ASSERT_EQ(bytes.substr(0, 2), "II");
+    const size_t ifd = u32(4);
+    for (uint32_t e = 0; e < u16(ifd); ++e) {
+        const size_t entry = ifd + 2 + 12 * e;
+        if (u16(entry) != TIFFTAG_STRIPOFFSETS) continue;
+        ASSERT_EQ(u16(entry + 2), uint32_t(TIFF_LONG));
+        const size_t array = u32(entry + 8);
+        for (uint32_t i = 1; i < u32(entry + 4); ++i) bytes.replace(array + 4 * i, 4, bytes, array, 4);
+    }
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+TEST_F(Host, StripsSharingTheirBytesAreRefusedBeforeAllocating) {
+    // 4096 x 4096 zeros in 256 strips: a few kilobytes on disk for 16 MiB of pixels.
+    WriteStripTiff(Path("honest.tif"), 4096, 4096, 16, false);
+    EXPECT_EQ(host::ReadTiff(Path("honest.tif")).TotalBytes(), uint64_t(16) << 20);
+    WriteStripTiff(Path("shared.tif"), 4096, 4096, 16, true);
+    try {
+        host::ReadTiff(Path("shared.tif"));
+        ADD_FAILURE() << "read";
+    } catch (const host::Failure& failure) {
+        EXPECT_NE(std::string(failure.what()).find("too few"), std::string::npos) << failure.what();
+    }
+}
+
+TEST_F(Host, MaxImageLimitsInputAndOutput) {
+    ASSERT_EQ(Run("testimage -s 1200x900 '" + Path("in.tif") + "'").code, 0);  // 3.1 MiB of RGB
+    const std::string files = " '" + Path("in.tif") + "' '" + Path("o.tif") + "'";
+    ExpectOneLineError(Run("apply --max-image 3 -l '" + Link("rgb-to-rgb.lnk") + "'" + files), "3 MiB");
+    ExpectOneLineError(Run("apply --max-image 4 -l '" + Link("rgb-to-6.lnk") + "'" + files), "4 MiB");
+    EXPECT_EQ(Run("apply --max-image 7 -l '" + Link("rgb-to-6.lnk") + "'" + files).code, 0);
+    EXPECT_EQ(Run("apply --max-image 0 -l '" + Link("rgb-to-rgb.lnk") + "'" + files).code, 2);
 }
 
 TEST_F(Host, EveryCompressionKeepsThePixelsOfEveryStrip) {
