@@ -159,15 +159,14 @@ void TKCalcColorLinearization::SetLine(const TKVector& start, const TKVector& en
     fLineEnd = end;
 }
 
-bool TKCalcColorLinearization::ChannelWedge(int32_t channel, const TKMatrix& device, const TKMatrix& measured,
-                                            TKVector& x, TKVector& y) {
+bool TKCalcColorLinearization::MeasureChannel(int32_t channel, TKVector& x, TKVector& y) {
     const uint32_t type = GetDeviceType();
     const TKVector white = GetWhite(type);
     TKVector solid = white;
     solid[channel] = GetBlack(type, 0)[channel];
     SetLine(white, solid);
     TKMatrix lineDevice, lineMeasured;
-    PickLine(white, solid, device, measured, lineDevice, lineMeasured);
+    PickLine(white, solid, fDevice, fMeasured, lineDevice, lineMeasured);
     if (lineDevice.GetHeight() < 3) return false;
     MeasureRamp(channel, lineDevice, lineMeasured, x, y);
     return true;
@@ -179,7 +178,7 @@ void TKCalcColorLinearization::CalcChannelCurves(TKColorLinearization* lineariza
     linearization->Reset(type, GetChannelCount(type));
     for (int32_t channel = 0; channel < GetChannelCount(type); ++channel) {
         TKVector x, y;
-        if (ChannelWedge(channel, fDevice, fMeasured, x, y)) FitChannel(channel, x, y, linearization);
+        if (MeasureChannel(channel, x, y)) FitChannel(channel, x, y, linearization);
     }
 }
 

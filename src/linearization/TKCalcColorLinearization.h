@@ -22,9 +22,10 @@ public:
     // Device steps closer than this (in percent of the way) count as one step.
     static constexpr double kDefaultMinStep = 0.01;
 
-    // DimMismatch unless both have the same height; IllegalMeasurementData for NaN or infinite
-    // values or a measurement type that is not a colour; OutOfRange for device values outside
-    // the range of their type. A device matrix without a type gets the device type of its width.
+    // DimMismatch unless both have the same height; ArgErr for device values without a device
+    // type of their width (no type: the device type of the width is taken) or measurements
+    // without a colour type of their width; IllegalMeasurementData for NaN or infinite values;
+    // OutOfRange for device values outside the range of their type.
     TKCalcColorLinearization(const TKMatrix& device, const TKMatrix& measured);
     virtual ~TKCalcColorLinearization();
 
@@ -58,17 +59,11 @@ public:
     void MeasureRamp(int32_t channel, const TKMatrix& device, const TKMatrix& measured, TKVector& x, TKVector& y,
                      double minStep = kDefaultMinStep) const;
 
-    // The positions x and tones y of channel's wedge in this chart; false when fewer than three
-    // rows lie on it.
-    bool MeasureChannel(int32_t channel, TKVector& x, TKVector& y) {
-        return ChannelWedge(channel, fDevice, fMeasured, x, y);
-    }
+    // The wedge of `channel` (from the device type's white to that channel's solid), measured
+    // into x and y; false when fewer than three rows lie on it. Sets the current line.
+    bool MeasureChannel(int32_t channel, TKVector& x, TKVector& y);
 
 protected:
-    // The wedge of `channel` (from the device type's white to that channel's solid) in the
-    // given chart, measured into x and y; false when fewer than three rows lie on it. Sets the
-    // current line.
-    bool ChannelWedge(int32_t channel, const TKMatrix& device, const TKMatrix& measured, TKVector& x, TKVector& y);
     // The line of the current wedge; StoreFunction turns positions into channel values with it.
     void SetLine(const TKVector& start, const TKVector& end);
     // Stores the curve that `positionCurve` (position 0..1 on the current line to position)

@@ -91,7 +91,8 @@ void TKCalcGrayBalanceCurves::SetLimits(const TKVector& limits) {
 TKVector TKCalcGrayBalanceCurves::ToDevice(const TKVector& percent) const {
     TKVector device(fChannels, int32_t(fType));
     for (int32_t i = 0; i < fChannels; ++i) {
-        const double p = std::clamp(i < percent.GetDim() ? percent[i] : 0.0, 0.0, fLimits[i]);
+        const double given = i < percent.GetDim() ? percent[i] : 0.0;
+        const double p = std::isnan(given) ? 0.0 : std::clamp(given, 0.0, fLimits[i]);
         device[i] = IsRGB() ? 255.0 * (1.0 - p / 100.0) : p * GetChannelMax(fType, i) / 100.0;
     }
     return device;
@@ -180,6 +181,7 @@ TKVector TKCalcGrayBalanceCurves::SolveBalance(const TKVector& target, const TKV
         TKVector delta(3);
         for (int32_t row = 0; row < 3; ++row)
             for (int32_t c = 0; c < 3; ++c) delta[row] -= inverse(row, c) * r[c];
+        if (!std::isfinite(delta.Norm())) break;
         bool gained = false;
         for (double scale = 1.0; scale > 1e-3 && !gained; scale *= 0.5) {
             TKVector trial(3);

@@ -56,7 +56,7 @@ public:
     int32_t GetChannelCount() const { return fChannels; }
     uint32_t GetDeviceType() const { return fType; }
     bool IsRGB() const;
-    // Stores channel `channel`'s points (gray step to value, both 0..1) into the linearization.
+    // A monotonic table through points from gray step to device value, both 0..1.
     static void StoreCurve(TKCurveLinearization& curve, const std::vector<double>& x, const std::vector<double>& y);
     // The points (0..1) of one channel's curve, ends included.
     void ChannelPoints(int32_t channel, std::vector<double>& x, std::vector<double>& y) const;
@@ -77,7 +77,7 @@ private:
     TKVector fLimits;
     TKRefPtr<TKGrayBalanceCurve> fCurve;
     TKVector fPaper, fBlackK, fBlackCMY;  // printed, "XYZ "
-    TKMatrix fTable;                      // 101 rows: density, density of K-only, L, a, b of the target
+    TKMatrix fTable;  // 101 steps: wanted densities (CMY, K), the target's L, a, b and K's L
     std::vector<double> fSteps;
     TKMatrix fResults;
     bool fSolveBlack = false;

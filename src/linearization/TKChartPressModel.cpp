@@ -8,9 +8,13 @@
 #include "color/TKColors.h"
 #include "linearization/TKCalcColorLinearization.h"
 
+namespace {
+constexpr double kLeastTristimulus = 1e-6;
+}  // namespace
+
 TKVector TKChartPressModel::Wedge::At(double t) const {
     if (position.empty()) return TKVector();
-    if (t <= position.front()) return xyz.front();
+    if (!(t > position.front())) return xyz.front();  // NaN included
     if (t >= position.back()) return xyz.back();
     const size_t k = size_t(std::upper_bound(position.begin(), position.end(), t) - position.begin()) - 1;
     const double f = (t - position[k]) / (position[k + 1] - position[k]);
@@ -26,6 +30,14 @@ TKChartPressModel::TKChartPressModel(const TKMatrix& device, const TKMatrix& mea
     if (!IsInkSpace(fType) || fChannels < 3 || GetChannelCount(fType) != fChannels)
         TKThrowMsg(ArgErr, "a press model needs an ink type of three or more channels");
     ConvertColors(fXYZ, TKXYZSpace, measured);
+    // Inks only take light away: no measurement can have negative tristimulus values, and the
+    // ratios below need them above zero.
+    for (int32_t r = 0; r < fXYZ.GetHeight(); ++r)
+        for (int32_t k = 0; k < 3; ++k) {
+            double& v = fXYZ(r, k);
+            if (!(v >= 0.0)) TKThrowMsg(IllegalMeasurementData, "a measurement has negative tristimulus values");
+            v = std::max(v, kLeastTristimulus);
+        }
 
     const TKVector white = GetWhite(fType);
     for (int32_t r = 0; r < device.GetHeight() && fPaper.IsEmpty(); ++r)

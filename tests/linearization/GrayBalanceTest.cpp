@@ -168,6 +168,9 @@ TEST_F(GrayBalanceErrorTest, RefusedInputs) {
     for (int32_t wedge = 0; wedge < 5; ++wedge) noPaper(wedge * 11, 0) = 1.0;
     EXPECT_TKERROR(TKChartPressModel(noPaper, chart.measured), NoMeasurementData);
     EXPECT_TKERROR(TKGrayBalance(device, measured).Calc(curves.Get()), NoMeasurementData);
+    TKMatrix darkerThanBlack = chart.measured;
+    darkerThanBlack(30, 0) = -5.0;  // L* below 0: negative tristimulus values
+    EXPECT_TKERROR(TKChartPressModel(chart.device, darkerThanBlack), IllegalMeasurementData);
 
     EXPECT_TKERROR(TKCIEGrayBalance(chart.device, chart.measured, TKMatrix(1, 3, int32_t(TKLabSpace))), ArgErr);
     EXPECT_TKERROR(TKCIEGrayBalance(chart.device, chart.measured, TKMatrix(5, 4, int32_t(TKCMYKSpace))), ArgErr);
