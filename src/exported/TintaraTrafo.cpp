@@ -15,6 +15,18 @@ namespace {
 // The trafo a handle holds, or null for a null handle, an empty one or one holding no trafo.
 TKTrafo* HeldTrafo(TKTrafoRef ref) { return RefObjectAs<TKTrafo>(ref, "TKTrafo"); }
 
+// A query of a held trafo: 0 for no trafo, and 0 too when the trafo cannot answer (a merge
+// link whose members were re-baked to other shapes throws), since nothing may leave the C boundary.
+template <class Query>
+auto AskTrafo(TKTrafoRef ref, Query&& query) noexcept -> decltype(query(*HeldTrafo(ref))) {
+    try {
+        TKTrafo* trafo = HeldTrafo(ref);
+        return trafo ? query(*trafo) : 0;
+    } catch (...) {
+        return 0;
+    }
+}
+
 // Hands a new object to a new handle; if no handle can be had, the object goes again.
 TKTrafoRef Adopt(TKTrafo* trafo) {
     TKTrafoRef ref = NewRef(trafo, true);
@@ -40,25 +52,21 @@ TKTrafoRef TKConcatenateTrafos(TKTrafo* t1, TKTrafo* t2, TKTrafo* t3, TKTrafo* t
 }
 
 int32_t TKGetTrafoSrcDim(TKTrafoRef ref) {
-    TKTrafo* trafo = HeldTrafo(ref);
-    return trafo ? trafo->GetSrcDim() : 0;
+    return AskTrafo(ref, [](TKTrafo& t) { return t.GetSrcDim(); });
 }
 
 // Asked with 0 ("any source"): trafos with a fixed output answer it, and a trafo that only
 // passes its input's dimension through answers 0, "as many as went in".
 int32_t TKGetTrafoDstDim(TKTrafoRef ref) {
-    TKTrafo* trafo = HeldTrafo(ref);
-    return trafo ? trafo->GetDstDim(0) : 0;
+    return AskTrafo(ref, [](TKTrafo& t) { return t.GetDstDim(0); });
 }
 
 uint32_t TKGetTrafoSrcType(TKTrafoRef ref) {
-    TKTrafo* trafo = HeldTrafo(ref);
-    return trafo ? uint32_t(trafo->GetSrcType()) : 0;
+    return AskTrafo(ref, [](TKTrafo& t) { return uint32_t(t.GetSrcType()); });
 }
 
 uint32_t TKGetTrafoDstType(TKTrafoRef ref) {
-    TKTrafo* trafo = HeldTrafo(ref);
-    return trafo ? uint32_t(trafo->GetDstType(0)) : 0;
+    return AskTrafo(ref, [](TKTrafo& t) { return uint32_t(t.GetDstType(0)); });
 }
 
 int32_t TKDoTrafo(TKTrafoRef ref, const double* src, double* dst) {

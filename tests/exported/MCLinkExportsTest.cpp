@@ -322,5 +322,7 @@ TEST_F(MCLinkExports, TrafosAreBakedLinksSharedAndWatched) {
     TKTrafoRef rgbRef = NewRef(rgb.Get(), false);
     ASSERT_EQ(TKColorTrafo2Link16(shared, rgbRef, 1), 0);  // 3 channels: fewer than CMYK
     EXPECT_EQ(TKLink16Match(link.ref, 1, pixel, out, 0, 0, nullptr, nullptr), ArgErr);
+    // The query answers 0 instead of letting the chain's complaint out through the C boundary.
+    EXPECT_EQ(TKGetTrafoSrcDim(link.ref), 0);
     for (TKTrafoRef ref : {pressRef, orangeRef, rgbRef, shared}) FreeRef(ref);
 }
