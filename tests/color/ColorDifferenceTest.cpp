@@ -114,6 +114,29 @@ TEST(ColorDifference, MethodTable) {
     EXPECT_EQ(TKColorDifference(99).GetWorkingType(TKRGBSpace), TKRGBSpace);
 }
 
+// The weighted differences in Lcs, sqrt((wL dL)^2 + (wC dC)^2 + (wH dH)^2), worked by hand on a pure
+// hue step (equal chroma 20, hue turned by 90 degrees: dH = 2 * 20 * sin 45 = 28.2843) and on a
+// lightness-and-chroma step (dL 10, dC 20, dH 0).
+TEST(ColorDifference, WeightedMethodsWeighEachPartByItsFactor) {
+    const double hueStep = 2.0 * 20.0 * std::sqrt(0.5);  // sin 45 degrees
+    const struct {
+        int32_t method;
+        double wL, wC, wH;
+    } methods[] = {{kTKDeltaOOGv1, 1.0, 0.25, 2.0},
+                   {kTKDeltaPerceptual, 1.0, 0.5, 1.0},
+                   {kTKDeltaColorimetric, 1.0, 1.0, 1.5},
+                   {kTKDeltaSaturation, 0.5, 1.0, 1.0}};
+    auto lcs = [](double l, double c, double s) { return TKVector({l, c, s}, int32_t(TKLcsSpace)); };
+    for (const auto& m : methods) {
+        const TKColorDifference method(m.method);
+        const std::string name = TKColorDifference::GetMethodName(m.method);
+        EXPECT_NEAR(method.GetDifference(lcs(50, 20, 0), lcs(50, 0, 20)), m.wH * hueStep, 1e-9) << name;
+        EXPECT_NEAR(method.GetDifference(lcs(50, 30, 0), lcs(40, 10, 0)),
+                    std::sqrt(100.0 * m.wL * m.wL + 400.0 * m.wC * m.wC), 1e-9)
+            << name;
+    }
+}
+
 // Every method: zero for equal colours, symmetric where it is meant to be, positive and
 // growing as a colour moves away along a line.
 TEST(ColorDifference, EveryMethodZeroSymmetricMonotonic) {
