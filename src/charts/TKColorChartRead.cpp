@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "charts/TKColorChart.h"
+#include "charts/TKCxFReader.h"
 #include "charts/TKIT8Reader.h"
 #include "io/TKFile.h"
 
@@ -34,9 +35,19 @@ void TKColorChart::ReadText(const TKString& text, const char* name) {
     }
     size_t skip = 0;
     while (skip < length && (bytes[skip] == ' ' || bytes[skip] == '\t' || bytes[skip] == '\r' || bytes[skip] == '\n')) ++skip;
-    if (length - skip >= 5 && !std::memcmp(bytes + skip, "<?xml", 5)) {
+    // XML, with or without its declaration: no CGATS text starts with "<".
+    if (skip < length && bytes[skip] == '<') {
+        if (TKCxFReader::IsCxF(bytes + skip, length - skip)) {
+            TKCxFReader reader(*this);
+            const TKString xml(bytes, int32_t(length));
+            if (name && *name)
+                reader.ReadFileText(xml, name);
+            else
+                reader.ReadData(xml);
+            return;
+        }
         const TKString root = XMLRoot(bytes + skip, length - skip);
-        if (root == "cc:CxF" || root == "CxF" || root == "iso28178")
+        if (root == "iso28178")
             TKThrowMsg(FeatureMissing, TKString::Format("The XML chart \"%s\" (%s) is not read by this version", name, root.CString()));
         TKThrowMsg(FormatErr, TKString::Format("The file \"%s\" is not a valid CGATS XML file!", name));
     }
