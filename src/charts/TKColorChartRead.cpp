@@ -2,29 +2,10 @@
 #include <cstring>
 
 #include "charts/TKColorChart.h"
+#include "charts/TKCxFMirror.h"
 #include "charts/TKCxFReader.h"
 #include "charts/TKIT8Reader.h"
 #include "io/TKFile.h"
-
-namespace {
-
-// The name of the root element of an XML text, or empty.
-TKString XMLRoot(const char* text, size_t length) {
-    const char* end = text + length;
-    const char* p = text;
-    while (p < end) {
-        p = static_cast<const char*>(std::memchr(p, '<', size_t(end - p)));
-        if (!p || p + 1 >= end) return TKString();
-        ++p;
-        if (*p == '?' || *p == '!') continue;  // the declaration, comments, a document type
-        const char* start = p;
-        while (p < end && *p != '>' && *p != '/' && *p != ' ' && *p != '\t' && *p != '\r' && *p != '\n') ++p;
-        return TKString(start, int32_t(p - start));
-    }
-    return TKString();
-}
-
-}  // namespace
 
 void TKColorChart::ReadText(const TKString& text, const char* name) {
     const char* bytes = text.CString();
@@ -46,7 +27,7 @@ void TKColorChart::ReadText(const TKString& text, const char* name) {
                 reader.ReadData(xml);
             return;
         }
-        const TKString root = XMLRoot(bytes + skip, length - skip);
+        const TKString root = TKXMLRootName(bytes + skip, length - skip);
         if (root == "iso28178")
             TKThrowMsg(FeatureMissing, TKString::Format("The XML chart \"%s\" (%s) is not read by this version", name, root.CString()));
         TKThrowMsg(FormatErr, TKString::Format("The file \"%s\" is not a valid CGATS XML file!", name));

@@ -77,6 +77,20 @@ void MirrorElement(const tinyxml2::XMLElement& element, TKDataBase& base) {
 
 }  // namespace
 
+TKString TKXMLRootName(const char* text, size_t length) {
+    const char* end = text + length;
+    for (const char* p = text; p < end;) {
+        p = static_cast<const char*>(std::memchr(p, '<', size_t(end - p)));
+        if (!p || p + 1 >= end) return TKString();
+        ++p;
+        if (*p == '?' || *p == '!') continue;  // the declaration, comments, a document type
+        const char* start = p;
+        while (p < end && *p != '>' && *p != '/' && *p != ' ' && *p != '\t' && *p != '\r' && *p != '\n') ++p;
+        return TKString(start, int32_t(p - start));
+    }
+    return TKString();
+}
+
 TKString TKCxFLocalName(const char* tagName) {
     const char* colon = tagName ? std::strrchr(tagName, ':') : nullptr;
     return TKString(colon ? colon + 1 : tagName ? tagName : "");

@@ -7,6 +7,7 @@
 // turns it into XML in one place.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -42,6 +43,9 @@ struct TKCxFElement {
     void SetAttribute(const char* name, const TKString& value);
 };
 
+// The name of the root element of an XML text (after the declaration, comments and a document
+// type), or empty.
+TKString TKXMLRootName(const char* text, size_t length);
 // The local part of a tag: "cc:Object" gives "Object".
 TKString TKCxFLocalName(const char* tagName);
 

@@ -36,17 +36,7 @@ bool EndsWith(const TKString& text, const char* tail) {
 }  // namespace
 
 bool TKCxFReader::IsCxF(const char* text, size_t length) {
-    const char* end = text + length;
-    for (const char* p = text; p < end;) {
-        p = static_cast<const char*>(std::memchr(p, '<', size_t(end - p)));
-        if (!p || p + 1 >= end) return false;
-        ++p;
-        if (*p == '?' || *p == '!') continue;  // the declaration, comments, a document type
-        const char* start = p;
-        while (p < end && *p != '>' && *p != '/' && *p != ' ' && *p != '\t' && *p != '\r' && *p != '\n') ++p;
-        return TKCxFLocalName(TKString(start, int32_t(p - start))) == "CxF";
-    }
-    return false;
+    return TKCxFLocalName(TKXMLRootName(text, length)) == "CxF";
 }
 
 void TKCxFReader::ReadFile(const TKFileSpec& spec) {
