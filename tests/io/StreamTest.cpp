@@ -98,6 +98,9 @@ TEST(Stream, BinaryReaderChecksSizesBeforeAllocating) {
     EXPECT_TKERROR(reader.Skip(17), EOFReached);
     EXPECT_EQ(reader.Position(), 0);
     EXPECT_EQ(reader.Block(16).size(), 16u);
+    // At the very end nothing is left either: still no allocation of what the field claims.
+    EXPECT_TKERROR(reader.ValueArray<uint16_t>(uint64_t(1) << 62), EOFReached);
+    EXPECT_TKERROR(reader.Block(UINT64_MAX), EOFReached);
 }
 
 TEST(Stream, BinaryReaderOnAStreamThatCannotTellItsLength) {

@@ -68,6 +68,10 @@ TEST(XStream, TokensThatDoNotFitAndSkippedTokens) {
     TKXStream x(&source.buffer);
     char small[8];
     EXPECT_TKERROR(x.ReadToken(small, sizeof small), BufferTooSmall);
+    // A quoted token is no exception: a name longer than the buffer is never cut short silently.
+    Text quoted("\"abcdefgh\" next");
+    TKXStream q(&quoted.buffer);
+    EXPECT_TKERROR(q.ReadToken(small, sizeof small, nullptr, true), BufferTooSmall);
     source.buffer.Seek(0, kSeekStart);
     TKXStream again(&source.buffer);
     char separator = 0;
