@@ -146,18 +146,6 @@ TEST(XStream, PositionStackHoldsTen) {
     EXPECT_TKERROR(x.PopPosition(), BufferError);
 }
 
-TEST(XStream, WithoutAStreamReadsFailAndWritesVanish) {
-    TKXStream x;
-    uint8_t b;
-    EXPECT_TKERROR(x.Read(&b, 1), EOFReached);
-    EXPECT_TKERROR(x.Seek(0, kSeekStart), EOFReached);
-    EXPECT_TKERROR(x.Tell(), EOFReached);
-    x.Write("abc", 3);
-    x.WriteText("abc");
-    EXPECT_FALSE(x.CanSeek());
-    EXPECT_TRUE(x.AtEnd());
-}
-
 TEST(XStream, ColumnsAndLineWrapping) {
     TKBuffer out;
     {
