@@ -196,17 +196,6 @@ TEST(Vector, SampleForms) {
     EXPECT_TKERROR(v.ToBytes(nullptr, lo, hi), ArgErr);
 }
 
-TEST(Vector, FromOtherVectorLikeObjects) {
-    struct Triple {
-        int32_t GetDim() const { return 3; }
-        int32_t GetType() const { return Sig("XYZ "); }
-        int GetElement(int32_t i) const { return 10 * i; }
-    };
-    TKVector v{Triple()};
-    EXPECT_EQ(v, TKVector({0.0, 10.0, 20.0}));
-    EXPECT_EQ(v.GetType(), Sig("XYZ "));
-}
-
 TEST(Vector, TextForms) {
     TKVector v({1.5, -2.0, 3.25}, Sig("Lab "));
     EXPECT_STREQ(v.ToString().CString(), "1.500000 -2.000000 3.250000");
