@@ -1,13 +1,15 @@
-// The fixture of the host's end-to-end tests: runs the tintara executable in a private folder
-// and reads back what it wrote.
+// The fixture of the host's end-to-end tests: runs the executable in a private directory and
+// reads its results back.
 #pragma once
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <unistd.h>
+#include <sys/wait.h>
+#include <tiffio.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <dirent.h>
@@ -16,8 +18,12 @@
 #include <string>
 #include <vector>
 
+#include "../HostSupport.h"
 #include "../Image.h"
+#include "../SampleCoding.h"
 #include "tintara.h"
+
+namespace hosttest {
 
 inline std::string Env(const char* name) {
     const char* value = std::getenv(name);
@@ -88,6 +94,12 @@ inline uint32_t Sample(const host::Image& image, uint32_t x, uint32_t y, uint16_
     return value;
 }
 
+// A sample as the engine's links take it: gray that stores light turned into ink.
+inline uint32_t EngineSample(const host::Image& image, uint32_t x, uint32_t y, uint16_t s) {
+    const uint32_t value = Sample(image, x, y, s);
+    return host::StoresLight(image) ? (image.bits == 16 ? 65535u : 255u) - value : value;
+}
+
 // Natural units of a device type on the library's side: RGB 0-255, everything else 0-100.
 inline double Scale(uint32_t type) { return type == 0x52474220 ? 255.0 : 100.0; }
 
@@ -112,11 +124,14 @@ inline double LargestDifference(const std::string& linkPath, const host::Image& 
     for (uint32_t y = 0; y < in.height; y += step)
         for (uint32_t x = (y * 7) % step; x < in.width; x += step) {
             double src[16], dst[16];
-            for (int32_t c = 0; c < srcDim; ++c) src[c] = Sample(in, x, y, uint16_t(c)) / full * inScale;
+            for (int32_t c = 0; c < srcDim; ++c) src[c] = EngineSample(in, x, y, uint16_t(c)) / full * inScale;
             EXPECT_EQ(TKDoTrafo(link.ref, src, dst), 0);
             for (int32_t o = 0; o < dstDim; ++o)
-                largest = std::max(largest, std::fabs(Sample(out, x, y, uint16_t(o)) - dst[o] / outScale * full));
+                largest = std::max(largest, std::fabs(EngineSample(out, x, y, uint16_t(o)) - dst[o] / outScale * full));
         }
     return largest;
 }
 
+}  // namespace hosttest
+
+using namespace hosttest;
