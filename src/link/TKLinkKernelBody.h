@@ -263,7 +263,7 @@ private:
                 }
             }
         }
-        L::template Accumulate<T::kOutputs, Count>(fT.nodes, Outputs(), nodes, weights, sum);
+        L::template Accumulate<T::kOutputs, Count>(fT.nodes, Outputs(), nodes, weights, fMath.cell, sum);
     }
 
     TKLinkGeneric& fLink;

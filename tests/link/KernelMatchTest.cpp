@@ -298,8 +298,9 @@ TEST_P(KernelMatch, DispatchedMatchEqualsReference) {
                         ASSERT_EQ(got, expected[o])
                             << Describe(lc) << Describe(layout) << " " << row->name << " pixel " << i << " output " << o;
                     }
-                    if (layout == Layout::kPadded)
+                    if (layout == Layout::kPadded) {
                         ASSERT_EQ(b[1] == 8 ? out8.Pad(i) : b[0] == 8 ? out8to16.Pad(i) : out16.Pad(i), 0xA5u) << i;
+                    }
                 }
             }
         }
