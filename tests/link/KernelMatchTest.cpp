@@ -463,3 +463,53 @@ TEST(KernelRules, CellDivisionByReciprocalIsExact) {
 }
 
 }  // namespace
+
+namespace {
+
+// A layout of interleaved 8-bit pixels in one shared arena: where source and destination start,
+// their byte steps, and the pixel count.
+struct OddLayout {
+    const char* what;
+    int32_t srcAt, srcStep, dstAt, dstStep, count;
+};
+
+// Runs Match8 on a copy of `arena` with the kernels on `isa`; returns the arena afterwards.
+std::vector<uint8_t> MatchInArena(TKLinkGeneric& link, std::vector<uint8_t> arena, const OddLayout& l, TKLinkIsa isa) {
+    TKLinkForceKernelIsa(isa);
+    const uint8_t* src[16];
+    uint8_t* dst[36];
+    int32_t srcSteps[16], dstSteps[36];
+    for (int32_t c = 0; c < link.GetSrcDim(); ++c) src[c] = arena.data() + l.srcAt + c, srcSteps[c] = l.srcStep;
+    for (int32_t o = 0; o < link.GetDstDim(); ++o) dst[o] = arena.data() + l.dstAt + o, dstSteps[o] = l.dstStep;
+    link.Match8(l.count, src, dst, srcSteps, dstSteps, nullptr);
+    return arena;
+}
+
+}  // namespace
+
+// Layouts a careful host doesn't make, but may: the same bytes on every instruction set as
+// pixel by pixel, and no read or write past the arena (the ASan build checks that).
+TEST_P(KernelMatch, OddLayoutsGiveTheBytesOfTheScalarKernels) {
+    const OddLayout layouts[] = {
+        {"unaligned packed", 1, 4, 4003, 4, 999},
+        {"in place", 0, 4, 0, 4, 1000},
+        {"destination one pixel after the source", 0, 4, 4, 4, 999},
+        {"destination one pixel before the source", 4, 4, 0, 4, 999},
+        {"destination step smaller than a pixel", 0, 4, 5000, 2, 999},
+        {"destination step 0", 0, 4, 5000, 0, 333},
+        {"source step 0", 7, 0, 5000, 4, 333},
+        {"source step smaller than a pixel", 1, 1, 5000, 4, 777},
+        {"steps backwards", 3996, -4, 8996, -4, 1000},
+        {"no pixels", 0, 4, 5000, 4, 0},
+        {"negative count", 0, 4, 5000, 4, -8},
+    };
+    std::mt19937 rng(3);
+    std::vector<uint8_t> arena(9000);
+    for (auto& byte : arena) byte = uint8_t(rng());
+    for (const LinkCase& lc : {LinkCase{4, 4, 17, false, false}, LinkCase{3, 3, 11, true, false}}) {
+        auto link = MakeLink(lc, false);
+        for (const OddLayout& l : layouts)
+            EXPECT_EQ(MatchInArena(*link, arena, l, GetParam()), MatchInArena(*link, arena, l, TKLinkIsa::kScalar))
+                << Describe(lc) << " " << l.what;
+    }
+}
