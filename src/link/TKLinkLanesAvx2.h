@@ -189,11 +189,16 @@ struct TKLinkAvx2Lanes {
         if constexpr (sizeof(S) == 1) return V(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))));
         else return V(_mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))));
     }
-    // Eight pixels of Channels samples each, packed: false if no wide form exists for the shape.
+    // Eight pixels of Channels samples each, `step` bytes apart: false if no wide form exists for
+    // the shape. Pixels of 4 or 8 bytes are read as words at any step (the spot colour planes of
+    // a merge link make steps longer than the pixel); 3-sample pixels only when packed.
     template <class S, int32_t Channels>
-    static bool LoadInterleaved(const uint8_t* p, V* channels) {
+    static bool LoadInterleaved(const uint8_t* p, int32_t step, V* channels) {
+        constexpr int32_t kBytes = Channels * int32_t(sizeof(S));
+        if (step != kBytes && kBytes != 4 && kBytes != 8) return false;
         if constexpr (sizeof(S) == 1 && Channels == 4) {
-            const __m256i all = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+            const __m256i all = step == kBytes ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))
+                                               : WordsAt<uint32_t>(p, step);
             const __m256i byte = _mm256_set1_epi32(0xFF);
             for (int32_t c = 0; c < 4; ++c) channels[c] = V(_mm256_and_si256(_mm256_srli_epi32(all, 8 * c), byte));
             return true;
@@ -216,8 +221,14 @@ struct TKLinkAvx2Lanes {
             constexpr int32_t kLastPair = Channels == 4 ? 48 : 32;
             constexpr int32_t kShift = Channels == 4 ? 0 : 4;
             auto half = [&](int32_t offset) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + offset)); };
-            const __m256i first = _mm256_set_m128i(half(2 * kPixel), half(0));
-            const __m256i second = _mm256_set_m128i(half(kLastPair), half(4 * kPixel));
+            __m256i first = _mm256_setzero_si256(), second = first;
+            if (step == kBytes) {
+                first = _mm256_set_m128i(half(2 * kPixel), half(0));
+                second = _mm256_set_m128i(half(kLastPair), half(4 * kPixel));
+            } else if constexpr (Channels == 4) {  // pixel words 0, 1 | 2, 3 and 4, 5 | 6, 7
+                first = WordsAt<uint64_t>(p, step);
+                second = WordsAt<uint64_t>(p + ptrdiff_t(4) * step, step);
+            }
             const __m256i order = _mm256_setr_epi32(0, 1, 4, 5, 2, 3, 6, 7);
             for (int32_t c = 0; c < Channels; ++c) {
                 const int8_t z = -1, a = int8_t(2 * c), b = int8_t(kPixel + 2 * c);
@@ -256,7 +267,8 @@ struct TKLinkAvx2Lanes {
         else _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(words, words));
     }
     template <class D, int32_t Outputs>
-    static bool StoreInterleaved(uint8_t* p, const V* out) {
+    static bool StoreInterleaved(uint8_t* p, int32_t step, const V* out) {
+        if (step != Outputs * int32_t(sizeof(D))) return false;
         if constexpr (sizeof(D) == 1 && (Outputs == 3 || Outputs == 4)) {
             __m256i all = _mm256_or_si256(out[0].v, _mm256_slli_epi32(out[1].v, 8));
             all = _mm256_or_si256(all, _mm256_slli_epi32(out[2].v, 16));
@@ -297,6 +309,21 @@ struct TKLinkAvx2Lanes {
     }
 
 private:
+    // Words of 4 bytes (eight pixels) or 8 bytes (four pixels, two per 128-bit half) `step` apart.
+    template <class Word>
+    static __m256i WordsAt(const uint8_t* p, int32_t step) {
+        auto at = [&](int32_t i) {
+            Word w;
+            std::memcpy(&w, p + ptrdiff_t(i) * step, sizeof w);
+            return w;
+        };
+        if constexpr (sizeof(Word) == 4)
+            return _mm256_setr_epi32(int32_t(at(0)), int32_t(at(1)), int32_t(at(2)), int32_t(at(3)), int32_t(at(4)),
+                                     int32_t(at(5)), int32_t(at(6)), int32_t(at(7)));
+        else
+            return _mm256_setr_epi64x(int64_t(at(0)), int64_t(at(1)), int64_t(at(2)), int64_t(at(3)));
+    }
+
     static void StoreTwelve(uint8_t* p, __m128i bytes) {
         _mm_storel_epi64(reinterpret_cast<__m128i*>(p), bytes);
         const int32_t tail = _mm_extract_epi32(bytes, 2);
