@@ -11,6 +11,7 @@
 
 #include "LinkBake.h"
 #include "LinkFile.h"
+#include "MergeLinkFile.h"
 #include "ProfileInfo.h"
 
 namespace host {
@@ -45,9 +46,8 @@ uint32_t BigEndian32(const std::vector<uint8_t>& bytes, size_t at) {
                                        uint32_t(bytes[at + 2]) << 8 | bytes[at + 3];
 }
 
-// The grid bits that hold the A2B0 table of a device-link profile on its own nodes: the
-// smallest 2^bits + 1 at or above its grid points (the largest axis of an 'mAB ' table). The
-// host's default when the table is of another kind.
+}  // namespace
+
 int32_t GridBitsOfDeviceLink(const std::vector<uint8_t>& profile) {
     const TagPlace table = FindTag(profile, SignatureFrom("A2B0"));
     uint32_t points = 0;
@@ -65,6 +65,8 @@ int32_t GridBitsOfDeviceLink(const std::vector<uint8_t>& profile) {
     while (bits < 6 && (1u << bits) + 1 < points) ++bits;
     return bits;
 }
+
+namespace {
 
 // The intent a member asks for, with black point compensation when the chain wants it; the
 // header's intent is looked up first, as compensation needs to know which intent it is.
@@ -183,8 +185,9 @@ Ref LoadLink(const std::string& path) {
     RequireReadable(path);
     const std::vector<uint8_t> head = FileHead(path);
     const LinkFileKind kind = KindOfLinkFile(head);
+    if (IsMergeLinkFile(head)) return LoadMergeLink(path);
     if (kind == LinkFileKind::Unknown)
-        throw Failure("cannot read link " + path + ": neither a link file nor an ICC device-link profile");
+        throw Failure("cannot read link " + path + ": neither a link file, a merge link file nor an ICC device-link profile");
     if (kind == LinkFileKind::IccProfile) {
         const uint32_t deviceClass = BigEndian32(head, 12);
         if (deviceClass != SignatureFrom("link"))
@@ -206,23 +209,26 @@ Ref LoadLink(const std::string& path) {
     return link;
 }
 
-Ref BuildMergeLink(const ChainOptions& chain, int32_t gridBits) {
-    if (!chain.link.empty() || !chain.profiles.empty())
-        throw UsageError("give either merge-link profiles (-m) or a link or profiles, not both");
-    if (chain.pcsIn || chain.pcsOut) throw UsageError("--from and --to do not apply to a merge link");
+Ref MergeLinkOfProfiles(const std::vector<std::string>& paths, const std::vector<int32_t>& gridBits) {
     std::vector<std::unique_ptr<FileSpec>> specs;
     std::vector<TKFileSpec*> pointers;
-    for (const std::string& path : chain.merge) {
+    for (const std::string& path : paths) {
         RequireReadable(path);
         specs.push_back(std::make_unique<FileSpec>(path));
         pointers.push_back(specs.back()->get());
     }
-    const std::vector<int32_t> grids(pointers.size(), gridBits);
     Ref link(TKNewTKMCLink16Ref());
     if (!link.get()) throw Failure("cannot create a merge link object");
-    Check(TKDLProfiles2MCLink16(link.get(), int32_t(pointers.size()), pointers.data(), grids.data()),
+    Check(TKDLProfiles2MCLink16(link.get(), int32_t(pointers.size()), pointers.data(), gridBits.data()),
           "building the merge link of " + std::to_string(pointers.size()) + " device-link profiles");
     return link;
+}
+
+Ref BuildMergeLink(const ChainOptions& chain, int32_t gridBits) {
+    if (!chain.link.empty() || !chain.profiles.empty())
+        throw UsageError("give either merge-link profiles (-m) or a link or profiles, not both");
+    if (chain.pcsIn || chain.pcsOut) throw UsageError("--from and --to do not apply to a merge link");
+    return MergeLinkOfProfiles(chain.merge, std::vector<int32_t>(chain.merge.size(), gridBits));
 }
 
 Ref BuildTrafo(const ChainOptions& chain) {
