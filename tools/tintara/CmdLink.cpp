@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
-#include <fstream>
 
 #include "Chain.h"
 #include "Commands.h"
@@ -26,8 +25,6 @@ const char* const kUsage =
     "file (each member baked on its own table's grid, or -g, and kept as an ICC device link) that\n"
     "-l reads like any link; 'tintara apply' also takes the -m options themselves.\n\noptions:\n";
 
-void WriteFileBytes(const std::string& path, const std::vector<uint8_t>& bytes);
-
 // Builds the merge link of the -m profiles and describes it; with an output name, saves it too.
 int MakeMergeLink(const ChainOptions& chain, int32_t gridBits, const std::string& output) {
     const auto start = std::chrono::steady_clock::now();
@@ -50,11 +47,6 @@ bool NamesIccProfile(const std::string& path) {
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char c) { return char(std::tolower(c)); });
     return extension == ".icc" || extension == ".icm";
-}
-
-std::string BaseName(const std::string& path) {
-    const size_t slash = path.find_last_of('/');
-    return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
 const char* IntentText(int32_t intent) {
@@ -95,13 +87,6 @@ IccLinkInfo Provenance(const ChainOptions& chain, const PureOptions& pure, const
     if (pure.Any()) text += ", " + pure.Describe();
     info.description = text;
     return info;
-}
-
-void WriteFileBytes(const std::string& path, const std::vector<uint8_t>& bytes) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
-    out.close();
-    if (!out) throw Failure("cannot write " + path);
 }
 
 }  // namespace

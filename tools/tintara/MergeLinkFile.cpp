@@ -29,11 +29,6 @@ uint32_t GetU32(const std::vector<uint8_t>& bytes, size_t at) {
            uint32_t(bytes[at + 3]) << 24;
 }
 
-std::string BaseName(const std::string& path) {
-    const size_t slash = path.find_last_of('/');
-    return slash == std::string::npos ? path : path.substr(slash + 1);
-}
-
 // One member profile baked into a link and written back as an ICC device link.
 std::vector<uint8_t> BakedMember(const std::string& path, int32_t gridBits, size_t index) {
     const std::vector<uint8_t> profile = ReadFileBytes(path);

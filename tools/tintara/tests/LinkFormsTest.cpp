@@ -136,7 +136,7 @@ TEST_F(Host, DamagedOrMisplacedLinksFailInOneLine) {
     } const cases[] = {
         {"convert -l '" + Path("short.icc") + "' 1 2 3 4", "short.icc", 1},
         {"convert -l '" + Path("short.lnk") + "' 1 2 3 4", "short.lnk", 1},
-        {"convert -l '" + Path("text.lnk") + "' 1 2 3 4", "neither a link file nor an ICC device-link", 1},
+        {"convert -l '" + Path("text.lnk") + "' 1 2 3 4", "nor an ICC device-link profile", 1},
         {"convert -l '" + kData + "/sRGB.icc' 1 2 3", "class 'mntr', not a device link", 1},
         {"info '" + Path("short.lnk") + "'", "does not end with 'EEGT'", 1},
         {"info '" + Path("half.lnk") + "'", "ends early", 1},
