@@ -132,7 +132,7 @@ int main(int argc, char** argv) {
      * by PureBlack, the grays of K by LinearizeGray. */
     keepBlack = TKNewExceptionTrafoRef(trafo, kPureBlack | kLinearizeGray, 1.0, NULL);
     if (!keepBlack) return failed("exception trafo", 3);
-    if ((code = TKColorTrafo2Link8(pure, keepBlack, 5)) != 0) return failed("bake with exceptions", code);
+    if ((code = TKColorTrafo2Link8(pure, keepBlack, 4)) != 0) return failed("bake with exceptions", code);
     {
         const uint8_t gray[4] = {0, 0, 0, 128};
         uint8_t plain[4], kept[4];
