@@ -1,11 +1,10 @@
 // TKCxFWriter: every chart of the test data written as CxF3 reads back to the same chart, the
 // files are well-formed for an independent parser, and what XML cannot carry is refused.
-#include <dirent.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <string>
 
+#include "charts/ChartTestFiles.h"
 #include "charts/TKColorChart.h"
 #include "charts/TKCxFReader.h"
 #include "charts/TKCxFSpotInk.h"
@@ -50,19 +49,13 @@ bool WellFormed(const TKString& text, std::string& report) {
 }  // namespace
 
 TEST(CxFWriter, EveryTestChartRoundTrips) {
-    const std::string folder = TestDataPath("charts");
-    DIR* dir = opendir(folder.c_str());
-    ASSERT_NE(dir, nullptr);
     int files = 0;
-    while (dirent* entry = readdir(dir)) {
-        if (entry->d_name[0] == '.') continue;
-        const std::string path = folder + "/" + entry->d_name;
+    for (const std::string& path : TestDataFiles("charts")) {
         TKColorChart chart;
         chart.Read(TKFileSpec(path.c_str()));
         ExpectCxFRoundTrip(chart, path);
         ++files;
     }
-    closedir(dir);
     EXPECT_GE(files, 8);
 }
 
