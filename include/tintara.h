@@ -313,16 +313,18 @@ TK_API int32_t    TKDLProfiles2MCLink8(TKLinkRef link, int32_t count, TKFileSpec
  * the calculation only, on the caller's thread, and the record is not kept). `nominal` rows are
  * the device values printed (inks in percent), `measured` rows what was measured, of any colour
  * type the library converts ('Lab ', 'XYZ ', densities...).
- * TKCalcLinearization: curves that make each channel's measured response linear, within
- * `inkLimits` (NULL or one maximum per channel in percent; NULL: 100 each).
+ * TKCalcLinearization: curves that make each channel's tone (its measured way from paper to
+ * solid) follow the nominal value linearly, within `inkLimits` (NULL or one maximum per channel
+ * in percent; NULL: 100 each).
  * TKCalcReferenceLinearization: curves that make this process print like the reference process
  * measured in refNominal/refMeasured (`refCount` rows).
  * TKCalcGrayBalance: curves that make C = M = Y print neutral; TKAdjustGrayBalance refines the
  * curves already held from a further measurement of the corrected print.
  * TKLimitSlope: bounds the slope of every curve to [minSlope, maxSlope].
  * All return 3 for a NULL or non-linearization handle, NULL sets or fewer than 2 rows (per set),
- * 23 when a callback fails or a type has more than 36 channels, 28/59 for unusable data; a failed
- * calculation leaves the curves as they were. One thread at a time per handle. */
+ * 23 when a callback fails or a type has more than 36 channels, 28/59 for unusable data, 51 for
+ * nominal values outside 0..100; a failed calculation leaves the curves as they were. One thread
+ * at a time per handle. */
 TK_API TKLinearizationRef TKNewTKLinearizationRef(void);
 TK_API void       TKFreeTKLinearizationRef(TKLinearizationRef lin);
 TK_API void       TKInitVectorDataSet(TKVectorDataSet* set, uint32_t colorType, TKVectorDataSetProc callback, void* userData);
