@@ -1,5 +1,6 @@
 // Builds the trafo of a chain of profiles or loads a saved link through the public interface.
 #include "Chain.h"
+#include "ConnectionSpace.h"
 
 #include <sys/stat.h>
 
@@ -32,8 +33,19 @@ struct ProfileDeleter {
 // The intent bit that asks for a table into device values refined by inverse search.
 constexpr int32_t kRefineIntentBit = 0x40;
 
-// The connection space to device trafo of one profile.
-Ref FromConnectionSpace(const ChainOptions::Member& member, bool refine) {
+int32_t LabToXYZStep(const double* src, double* dst, void*) {
+    LabToXYZ(src, dst);
+    return 0;
+}
+
+int32_t XYZToLabStep(const double* src, double* dst, void*) {
+    XYZToLab(src, dst);
+    return 0;
+}
+
+// The connection space to device trafo of one profile, taking colours of `pcsType`: where the
+// profile's connection space is the other one, a conversion goes in front.
+Ref FromConnectionSpace(const ChainOptions::Member& member, bool refine, uint32_t pcsType) {
     std::unique_ptr<TKICCProfile, ProfileDeleter> profile(TKNewICCProfileRef());
     if (!profile) throw Failure("cannot create a profile object");
     FileSpec spec(member.path);
@@ -41,7 +53,13 @@ Ref FromConnectionSpace(const ChainOptions::Member& member, bool refine) {
     Ref trafo;
     Check(TKGetICCProfileTrafo(trafo.out(), profile.get(), 0, member.intent | (refine ? kRefineIntentBit : 0)),
           "building the connection space to device trafo of " + member.path);
-    return trafo;
+    const uint32_t own = TKGetTrafoSrcType(trafo.get());
+    if (own == pcsType || (own != kLab && own != kXYZ)) return trafo;
+    Ref front(TKNewCustomTrafoRef(3, 3, pcsType, own, pcsType == kLab ? LabToXYZStep : XYZToLabStep, nullptr));
+    Ref both(TKConcatenateTrafos(TK_TRAFO_OF_REF(front.get()), TK_TRAFO_OF_REF(trafo.get()), nullptr, nullptr, nullptr,
+                                 nullptr));
+    if (!front.get() || !both.get()) throw Failure("cannot start the trafo of " + member.path + " in " + SignatureText(pcsType));
+    return both;
 }
 #endif
 
@@ -143,7 +161,7 @@ Ref BuildTrafo(const ChainOptions& chain) {
 #if TINTARA_HOST_PROFILES
     if (chain.pcsIn) {
         if (chain.pcsOut) throw UsageError("--from and --to together make no trafo");
-        return FromConnectionSpace(chain.profiles.front(), chain.refine);
+        return FromConnectionSpace(chain.profiles.front(), chain.refine, chain.pcsIn);
     }
     std::vector<std::unique_ptr<FileSpec>> specs;
     std::vector<TKFileSpec*> pointers;

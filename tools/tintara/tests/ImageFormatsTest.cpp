@@ -48,31 +48,31 @@ TEST_F(Formats, GrayKeepsItsConventionBothWays) {
     const std::string gray = "'" + kIcc + "/Gray-v2.icc'", srgb = "'" + kData + "/sRGB.icc'";
     Apply("-i relative -p " + gray + " -p " + srgb + " '" + Path("gray.tif") + "' '" + Path("rgb.tif") + "'");
     ASSERT_TRUE(Peer("tificc -t1 -i" + gray + " -o" + srgb + " '" + Path("gray.tif") + "' '" + Path("peer.tif") + "'"));
-    const host::Image rgb = host::ReadTiff(Path("rgb.tif"));
+    const host::Image rgb = host::ReadImage(Path("rgb.tif"));
     // White stays white: the first ramp's right end is 255 in the source.
     EXPECT_EQ(Sample(rgb, 127, 0, 0), 255u);
     // Linear gray into sRGB: the library's 65-point grid against Little CMS's 1-D curves; the
     // steep sRGB toe costs a few codes in the darkest steps (measured: mean 0.33, max 8).
-    const Difference d = Compare(rgb, host::ReadTiff(Path("peer.tif")));
+    const Difference d = Compare(rgb, host::ReadImage(Path("peer.tif")));
     EXPECT_LE(d.mean, 0.5);
     EXPECT_LE(d.largest, 8.0);
 
     // The same pixels stored white-is-zero convert to the same result, and a gray result keeps
     // the source's convention.
-    host::Image white = host::ReadTiff(Path("gray.tif"));
+    host::Image white = host::ReadImage(Path("gray.tif"));
     for (auto& plane : white.planes)
         for (auto& byte : plane) byte = uint8_t(255 - byte);
     white.photometric = PHOTOMETRIC_MINISWHITE;
     host::WriteTiff(Path("white.tif"), white, "white.tif");
     Apply("-i relative -p " + gray + " -p " + srgb + " '" + Path("white.tif") + "' '" + Path("rgb2.tif") + "'");
-    EXPECT_TRUE(host::ReadTiff(Path("rgb2.tif")).planes == rgb.planes);
+    EXPECT_TRUE(host::ReadImage(Path("rgb2.tif")).planes == rgb.planes);
 
     // Back from RGB to gray: black zero by default, as the peer writes it.
     Apply("-i relative -p " + srgb + " -p " + gray + " '" + Path("rgb.tif") + "' '" + Path("back.tif") + "'");
     ASSERT_TRUE(Peer("tificc -t1 -i" + srgb + " -o" + gray + " '" + Path("rgb.tif") + "' '" + Path("peerback.tif") + "'"));
-    const host::Image back = host::ReadTiff(Path("back.tif"));
+    const host::Image back = host::ReadImage(Path("back.tif"));
     EXPECT_EQ(back.photometric, PHOTOMETRIC_MINISBLACK);
-    const Difference round = Compare(back, host::ReadTiff(Path("peerback.tif")));
+    const Difference round = Compare(back, host::ReadImage(Path("peerback.tif")));
     EXPECT_LE(round.mean, 0.5);
     EXPECT_LE(round.largest, 2.0);
 }
@@ -84,19 +84,19 @@ TEST_F(Formats, TheEmbeddedProfileIsTheSource) {
     Apply("-i relative --no-embedded -p '" + adobe + "' -p '" + fogra + "' '" + Path("in.tif") + "' '" + Path("named.tif") + "'");
     // Giving the embedded profile again as the first one changes nothing.
     Apply("-i relative -p '" + adobe + "' -p '" + fogra + "' '" + Path("in.tif") + "' '" + Path("again.tif") + "'");
-    const host::Image emb = host::ReadTiff(Path("emb.tif"));
-    EXPECT_TRUE(emb.planes == host::ReadTiff(Path("named.tif")).planes);
-    EXPECT_TRUE(emb.planes == host::ReadTiff(Path("again.tif")).planes);
+    const host::Image emb = host::ReadImage(Path("emb.tif"));
+    EXPECT_TRUE(emb.planes == host::ReadImage(Path("named.tif")).planes);
+    EXPECT_TRUE(emb.planes == host::ReadImage(Path("again.tif")).planes);
     EXPECT_TRUE(emb.iccProfile == host::ReadFileBytes(fogra));
     // tificc takes the embedded profile too. RGB into a CMYK table of 33 points against our
     // 17-point link: a few codes where the separation bends (measured: mean 0.49, max 23).
     ASSERT_TRUE(Peer("tificc -t1 -o'" + fogra + "' '" + Path("in.tif") + "' '" + Path("peer.tif") + "'"));
-    const Difference d = Compare(emb, host::ReadTiff(Path("peer.tif")));
+    const Difference d = Compare(emb, host::ReadImage(Path("peer.tif")));
     EXPECT_LE(d.mean, 0.6);
     EXPECT_LE(d.largest, 24.0);
     // Ignoring it makes the first -p the source: sRGB gives other pixels.
     Apply("-i relative --no-embedded -p '" + kData + "/sRGB.icc' -p '" + fogra + "' '" + Path("in.tif") + "' '" + Path("srgb.tif") + "'");
-    EXPECT_FALSE(host::ReadTiff(Path("srgb.tif")).planes == emb.planes);
+    EXPECT_FALSE(host::ReadImage(Path("srgb.tif")).planes == emb.planes);
 }
 
 TEST_F(Formats, EmbeddedProfilesThatCannotServeAreNamed) {
@@ -132,7 +132,7 @@ TEST_F(Formats, ADeviceLinkIsNeverEmbedded) {
     const std::string link = kIcc + "/FOGRA39-to-FOGRA29-link-v2.icc";
     ASSERT_EQ(Run("testimage --space cmyk -s 40x30 '" + Path("in.tif") + "'").code, 0);
     Apply("-p '" + link + "' '" + Path("in.tif") + "' '" + Path("out.tif") + "'");
-    const host::Image out = host::ReadTiff(Path("out.tif"));
+    const host::Image out = host::ReadImage(Path("out.tif"));
     EXPECT_EQ(out.ColourChannels(), 4);
     EXPECT_TRUE(out.iccProfile.empty());
     const Result r = Run("apply -p '" + link + "' -e '" + link + "' '" + Path("in.tif") + "' '" + Path("out2.tif") + "'");
