@@ -43,6 +43,29 @@ int32_t XYZToLabStep(const double* src, double* dst, void*) {
     return 0;
 }
 
+// A pair of a trafo and a conversion between the connection spaces behind or before it.
+Ref Joined(const Ref& first, const Ref& second, const std::string& what) {
+    Ref both(TKConcatenateTrafos(TK_TRAFO_OF_REF(first.get()), TK_TRAFO_OF_REF(second.get()), nullptr, nullptr,
+                                 nullptr, nullptr));
+    if (!first.get() || !second.get() || !both.get()) throw Failure("cannot " + what);
+    return both;
+}
+
+Ref ConnectionStep(uint32_t from) {
+    const uint32_t to = from == kLab ? kXYZ : kLab;
+    return Ref(TKNewCustomTrafoRef(3, 3, from, to, from == kLab ? LabToXYZStep : XYZToLabStep, nullptr));
+}
+
+// The chain's end brought to `pcsType` (0: as it is). The library converts single colours into
+// the other connection space behind a chain, but a link baked through that conversion gives
+// wrong colours (an XYZ profile's chain into Lab), so the host's own step goes behind instead.
+Ref EndingIn(Ref trafo, uint32_t pcsType) {
+    const uint32_t own = TKGetTrafoDstType(trafo.get());
+    if (pcsType == 0 || own == pcsType) return trafo;
+    if (own != kLab && own != kXYZ) throw Failure("the chain ends in " + SignatureText(own) + ", not in a connection space");
+    return Joined(trafo, ConnectionStep(own), "end the trafo in " + SignatureText(pcsType));
+}
+
 // The connection space to device trafo of one profile, taking colours of `pcsType`: where the
 // profile's connection space is the other one, a conversion goes in front.
 Ref FromConnectionSpace(const ChainOptions::Member& member, bool refine, uint32_t pcsType) {
@@ -55,11 +78,7 @@ Ref FromConnectionSpace(const ChainOptions::Member& member, bool refine, uint32_
           "building the connection space to device trafo of " + member.path);
     const uint32_t own = TKGetTrafoSrcType(trafo.get());
     if (own == pcsType || (own != kLab && own != kXYZ)) return trafo;
-    Ref front(TKNewCustomTrafoRef(3, 3, pcsType, own, pcsType == kLab ? LabToXYZStep : XYZToLabStep, nullptr));
-    Ref both(TKConcatenateTrafos(TK_TRAFO_OF_REF(front.get()), TK_TRAFO_OF_REF(trafo.get()), nullptr, nullptr, nullptr,
-                                 nullptr));
-    if (!front.get() || !both.get()) throw Failure("cannot start the trafo of " + member.path + " in " + SignatureText(pcsType));
-    return both;
+    return Joined(ConnectionStep(pcsType), trafo, "start the trafo of " + member.path + " in " + SignatureText(pcsType));
 }
 #endif
 
@@ -174,10 +193,9 @@ Ref BuildTrafo(const ChainOptions& chain) {
         names += (names.empty() ? "" : " -> ") + member.path;
     }
     Ref trafo;
-    Check(TKConcatICCProfilesEx(trafo.out(), 0, chain.pcsOut, int32_t(pointers.size()), pointers.data(),
-                                intents.data()),
+    Check(TKConcatICCProfilesEx(trafo.out(), 0, 0, int32_t(pointers.size()), pointers.data(), intents.data()),
           "building the trafo of " + names);
-    return trafo;
+    return EndingIn(std::move(trafo), chain.pcsOut);
 #else
     throw Failure("this build of the library has no profile functions");
 #endif

@@ -129,8 +129,7 @@ Image ReadImage(const std::string& path, uint64_t maxImageBytes) {
     std::unique_ptr<ImageReader> reader = OpenImage(path, maxImageBytes);
     Image image(reader->Shape());
     image.Allocate(false, maxImageBytes);
-    // A band at a time into a band-sized view would copy; reading the rows of each band straight
-    // into place needs a band image over the whole raster, which is the raster itself.
+    // Band by band, each copied into place.
     Image band(reader->Shape());
     band.height = reader->BandRows();
     band.Allocate(false, maxImageBytes);

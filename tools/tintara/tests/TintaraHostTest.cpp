@@ -229,12 +229,6 @@ TEST_F(Host, InfoShowsHeaderAndTags) {
 
 // ---- Failures: one line naming the file and the reason, non-zero exit, nothing left behind ----
 
-void ExpectOneLineError(const Result& r, const std::string& mentions) {
-    EXPECT_EQ(r.code, 1) << r.err;
-    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
-    EXPECT_NE(r.err.find(mentions), std::string::npos) << r.err;
-}
-
 TEST_F(Host, BadInputFailsCleanly) {
     ASSERT_EQ(Run("testimage -s 40x30 '" + Path("in.tif") + "'").code, 0);
     ASSERT_EQ(Run("testimage --space cmyk -s 40x30 '" + Path("cmyk.tif") + "'").code, 0);
