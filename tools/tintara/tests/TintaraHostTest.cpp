@@ -215,11 +215,11 @@ TEST_F(Host, InfoShowsHeaderAndTags) {
     EXPECT_NE(r.out.find("'B2A0' mft2      54436    53692  ok       3 in, 4 out, 17 grid points"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("4 colorants: Cyan, Magenta, Yellow, Black"), std::string::npos);
 
-    // A cut profile: the tags that run past the end are marked, not read.
+    // A cut profile: the tags that run past the end are marked, not read, and the exit code says so.
     std::string cut = Slurp(kData + "/FOGRA39L.icc").substr(0, 60000);
     std::ofstream(Path("cut.icc"), std::ios::binary) << cut;
     const Result damaged = Run("info '" + Path("cut.icc") + "'");
-    EXPECT_EQ(damaged.code, 0);
+    EXPECT_EQ(damaged.code, 1);
     EXPECT_NE(damaged.out.find("invalid"), std::string::npos);
     std::ofstream(Path("junk.icc"), std::ios::binary) << std::string(500, 'x');
     const Result junk = Run("info '" + Path("junk.icc") + "'");
@@ -562,6 +562,28 @@ TEST_F(Host, ChartConvertWritesChosenTypesAndFields) {
         const std::vector<std::string> files = Files();
         EXPECT_EQ(std::count(files.begin(), files.end(), "bad.txt"), 0) << options << ": no partial output";
     }
+}
+
+TEST_F(Host, ChartConvertsBetweenCGATSAndCxF3) {
+    const std::string fogra = kData + "/../charts/FOGRA39L.ti3", spot = kData + "/../charts/SpotInkWarmRed.cxf";
+    // By the name of the output, by option, and back: the CGATS text comes back unchanged.
+    ASSERT_EQ(Run("chart convert '" + fogra + "' '" + Path("fogra.cxf") + "'").code, 0);
+    ASSERT_EQ(Run("chart convert '" + fogra + "' '" + Path("fogra.xml") + "' --cxf").code, 0);
+    EXPECT_EQ(Slurp(Path("fogra.cxf")).rfind("<?xml", 0), 0u);
+    ASSERT_EQ(Run("chart convert '" + Path("fogra.xml") + "' '" + Path("fogra.ti3") + "'").code, 0);
+    ASSERT_EQ(Run("chart convert '" + fogra + "' '" + Path("direct.ti3") + "'").code, 0);
+    EXPECT_EQ(Slurp(Path("fogra.ti3")), Slurp(Path("direct.ti3")));
+    const Result info = Run("chart info '" + Path("fogra.cxf") + "'");
+    EXPECT_NE(info.out.find("fogra.cxf (CxF3)\ntable 1: CTI3, 1617 samples"), std::string::npos) << info.out;
+
+    const Result spotInfo = Run("chart info '" + spot + "'");
+    ASSERT_EQ(spotInfo.code, 0) << spotInfo.err;
+    for (const char* line : {"spot ink: Warm Red\n", "  on Black: 0 10 20 30 40 50 60 70 80 90 100 %\n", " 100%=86.4\n"})
+        EXPECT_NE(spotInfo.out.find(line), std::string::npos) << line << "\n" << spotInfo.out;
+    ASSERT_EQ(Run("chart convert '" + spot + "' '" + Path("spot.txt") + "' --cgats").code, 0);
+    ASSERT_EQ(Run("chart convert '" + Path("spot.txt") + "' '" + Path("spot.cxf") + "'").code, 0);
+    EXPECT_NE(Slurp(Path("spot.cxf")).find("<sic:TintLevel>30.00</sic:TintLevel>"), std::string::npos);
+    EXPECT_EQ(Run("chart convert '" + spot + "' '" + Path("x.cxf") + "' --csc --cxf").code, 2);
 }
 
 // ---- Merge links of device-link profiles ----
