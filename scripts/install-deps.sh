@@ -2,7 +2,7 @@
 # Installs the Debian packages the build, the tests and the benchmarks need, if any is missing.
 set -euo pipefail
 packages=(cmake make g++ pkg-config binutils ccache libgtest-dev libgmock-dev libbenchmark-dev
-          libtinyxml2-dev liblcms2-dev libtiff-dev libpng-dev)
+          libtinyxml2-dev liblcms2-dev liblcms2-utils libtiff-dev libpng-dev)
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")

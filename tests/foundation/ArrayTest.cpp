@@ -3,24 +3,6 @@
 #include "foundation/TKString.h"
 #include "support/TestSupport.h"
 
-TEST(Array, AddGrowsByDoublingUpToMaxGrowthThenByMaxGrowth) {
-    TKArray<int32_t> a;
-    for (int32_t n = 1; n <= 25000; ++n) {
-        int32_t before = a.Capacity();
-        a.Add(n);
-        if (n > before) {
-            // Every reallocation: 2n below 10000 elements, n + 10000 from there on.
-            int32_t expected = n < 10000 ? 2 * n : n + 10000;
-            ASSERT_EQ(a.Capacity(), expected) << "at n=" << n;
-        } else {
-            ASSERT_EQ(a.Capacity(), before);
-        }
-    }
-    EXPECT_EQ(a.Count(), 25000);
-    EXPECT_EQ(a[24999], 25000);
-    EXPECT_EQ(a[0], 1);
-}
-
 TEST(Array, CopyThenWriteLeavesTheOriginal) {
     TKArray<TKString> a;
     a.Add("one");
@@ -107,16 +89,6 @@ TEST(Array, SetCountShrinksInPlaceDownToAThirdAndResetsTheTail) {
     EXPECT_STREQ(a[1].CString(), "1");
     a.SetCount(0);
     EXPECT_EQ(a.Capacity(), 0);
-}
-
-TEST(Array, MinimumGrowth) {
-    TKArray<double> a;
-    a.SetGrowth(64, 10000);
-    a.Add(1.0);
-    EXPECT_EQ(a.Capacity(), 64);  // 2 would be less than the minimum growth
-    a.SetCount(65);
-    EXPECT_EQ(a.Capacity(), 130);  // doubling adds 66 > 64
-    EXPECT_EQ(a[64], 0.0);
 }
 
 TEST(Array, CountedElementsKeepTheirCountsThroughSharingAndDetach) {

@@ -66,10 +66,3 @@ TEST(DataPtr, SharedBlockClonesDerivedBlocksAndFreesOnLastShare) {
     }
     EXPECT_EQ(TestBlock::destroyed, 2);
 }
-
-TEST(DataPtr, LastReleaseOfABlockDeletesIt) {
-    auto* block = new TKRefDataPtr<int>(1);
-    block->AddShare();
-    EXPECT_EQ(block->ReleaseShare(), 1);
-    EXPECT_EQ(block->ReleaseShare(), 0);  // deleted here
-}

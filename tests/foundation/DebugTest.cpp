@@ -21,27 +21,6 @@ protected:
 
 }  // namespace
 
-TEST_F(DebugChannels, TableHasTheNamedRowsAndDefaults) {
-    ASSERT_GE(DebugChannelCount(), 27);
-    EXPECT_STREQ(DebugChannel(0).name.CString(), "General");
-    EXPECT_STREQ(DebugChannel(3).name.CString(), "Error");
-    EXPECT_STREQ(DebugChannel(10).name.CString(), "KeenLink details");
-    EXPECT_STREQ(DebugChannel(18).name.CString(), "");
-    EXPECT_STREQ(DebugChannel(20).name.CString(), "Stack trace");
-    EXPECT_STREQ(DebugChannel(26).name.CString(), "pdfEngine");
-    EXPECT_EQ(DebugChannel(24).number, 24);
-    EXPECT_TRUE(DebugChannel(24).outputToFile);
-    EXPECT_FALSE(DebugChannel(24).ownOutput);
-}
-
-TEST_F(DebugChannels, GeneralAlwaysOnAndErrorAreOnByDefault) {
-    // The defaults as a process starts; other tests put back what they change.
-    EXPECT_TRUE(ChannelEnabled(kDebugGeneral));
-    EXPECT_TRUE(ChannelEnabled(kDebugAlwaysOn));
-    EXPECT_TRUE(ChannelEnabled(kDebugError));
-    for (int32_t off : {2, 4, 6, 20, 21, 24, 26}) EXPECT_FALSE(ChannelEnabled(off)) << off;
-}
-
 TEST_F(DebugChannels, AlwaysOnWritesAlwaysOffAndOutsideDoNot) {
     DebugPrintf(2, "two %d", 2);
     DebugPrintf(99, "ninety-nine");
@@ -50,13 +29,6 @@ TEST_F(DebugChannels, AlwaysOnWritesAlwaysOffAndOutsideDoNot) {
     EXPECT_EQ(sink->All(), "");
     DebugPrintf(1, "one %d", 1);
     EXPECT_EQ(sink->All(), "one 1\n");
-}
-
-TEST_F(DebugChannels, FixedChannelsIgnoreSettings) {
-    SetChannelEnabled(kDebugAlwaysOn, false);
-    SetChannelEnabled(kDebugAlwaysOff, true);
-    EXPECT_TRUE(ChannelEnabled(kDebugAlwaysOn));
-    EXPECT_FALSE(ChannelEnabled(kDebugAlwaysOff));
 }
 
 TEST_F(DebugChannels, RowOutsideTheTableRaisesItsIndex) {

@@ -98,24 +98,3 @@ TEST(MemoryCache, StringsAcrossThreadsKeepTheirText) {
     EXPECT_EQ(bad.load(), 0);
     EXPECT_STREQ(shared.CString(), "shared text that every thread copies");
 }
-
-TEST(MemoryCache, StringResultsDoNotDependOnWhatTheCacheHolds) {
-    // The same parse on a cold and on a well-stocked cache gives the same tokens.
-    auto parse = [] {
-        std::string all;
-        TKString text("GridSize 33\nSpot \"Pantone 021\" 0 100\nTAC 320,5\n");
-        int32_t pos = 0;
-        for (TKString t = text.NextToken(&pos, true); !t.IsEmpty(); t = text.NextToken(&pos, true)) {
-            all += t.Unquote().ToUpper().CString();
-            all += '|';
-        }
-        return all;
-    };
-    std::string cold = parse();
-    {
-        std::vector<TKString> churn;  // parks blocks of many sizes
-        for (int i = 0; i < 500; ++i) churn.emplace_back(std::string(size_t(i % 70), 'z').c_str());
-    }
-    EXPECT_EQ(parse(), cold);
-    EXPECT_EQ(cold, "GRIDSIZE|33|SPOT|PANTONE 021|0|100|TAC|320,5|");
-}

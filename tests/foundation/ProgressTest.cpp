@@ -78,31 +78,6 @@ TEST(ProgressStop, CancelLeavesLastErrorAlone) {
     EXPECT_EQ(TKError::LastError().code(), FormatErr);
 }
 
-TEST(ProgressStop, StopFromAnotherThreadEndsTheWork) {
-    TKStopProgress progress;
-    std::atomic<bool> started{false};
-    std::thread stopper([&] {
-        while (!started.load()) std::this_thread::yield();
-        progress.Stop();
-    });
-    int32_t steps = 0;
-    int32_t cancels = 0;
-    try {
-        // The loop runs until the other thread's stop arrives; each report is a chance to end it.
-        for (;;) {
-            progress.SetProgress(0.0);
-            started.store(true);
-            ++steps;
-        }
-    } catch (const TKError& error) {
-        cancels += error.code() == Cancel;
-    }
-    stopper.join();
-    EXPECT_EQ(cancels, 1);
-    EXPECT_GE(steps, 1);
-    progress.SetProgress(1.0);  // the stop was consumed
-}
-
 TEST(ProgressCallBack, PassesPerMilleTotalAndUserData) {
     HostLog log;
     TKCallBackProgress progress(HostCallback, &log);

@@ -20,21 +20,3 @@ TEST(SpinLock, GuardsACounterUnderContention) {
     EXPECT_EQ(counter, 400000);
     EXPECT_EQ(lock.word.load(), 0);
 }
-
-TEST(SpinLock, WordCountsTheHolderAndReturnsToZero) {
-    TKSpinLock first;
-    TKSpinLock second;
-    {
-        TKSpinLockGuard a(&first);
-        TKSpinLockGuard b(&second);  // two different locks nest freely
-        EXPECT_EQ(first.word.load(), 1);
-        EXPECT_EQ(second.word.load(), 1);
-    }
-    EXPECT_EQ(first.word.load(), 0);
-    EXPECT_EQ(second.word.load(), 0);
-}
-
-TEST(SpinLock, NullLockDoesNothing) {
-    TKSpinLockGuard guard(nullptr);
-    SUCCEED();
-}

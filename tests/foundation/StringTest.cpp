@@ -45,35 +45,6 @@ TEST(String, CopiesShareTheBlockAndWritesCopyIt) {
     EXPECT_STREQ(a.CString(), "colour");
 }
 
-TEST(String, CapacityRuleAndAppendingGrowth) {
-    // A block for n characters holds n + 1 to ((n + 1) * 3) / 2 + 10 bytes: a parked block of
-    // any size in that range may be reused, a new one takes the upper end (26 for n = 10).
-    TKString s("abcdefghij");
-    EXPECT_GE(s.Capacity(), 11);
-    EXPECT_LE(s.Capacity(), 26);
-    // Appending inside the room keeps the block...
-    int32_t room = s.Capacity();
-    const char* block = s.CString();
-    while (s.Length() + 1 < room) s.Append('+');
-    EXPECT_EQ(s.CString(), block);
-    EXPECT_EQ(s.Capacity(), room);
-    // ...one byte more moves the text to the larger of twice the new length and three
-    // times the old capacity.
-    s.Append('!');
-    EXPECT_EQ(s.Capacity(), std::max(2 * room, 3 * room));
-    EXPECT_EQ(s.Length(), room);
-    EXPECT_EQ(s.At(room - 1), '!');
-    // A shared block is never written: the appending copy moves, by the same rule.
-    TKString copy = s;
-    copy.Append("?");
-    EXPECT_EQ(copy.Capacity(), std::max(2 * (room + 1), 3 * s.Capacity()));
-    EXPECT_EQ(s.Length(), room);
-    // Large texts: twice the new length wins over three times a small old capacity.
-    TKString small("ab");
-    small.Append(std::string(1000, 'x').c_str());
-    EXPECT_EQ(small.Capacity(), 2 * 1002);
-}
-
 TEST(String, AppendingFromItselfAndLongLoops) {
     TKString s("ab");
     s.Append(s);

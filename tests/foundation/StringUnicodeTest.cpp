@@ -1,12 +1,10 @@
 // TKString Unicode conversions, checked against the byte sequences of the Unicode standard:
 // U+00E9 is C3 A9 in UTF-8, U+20AC is E2 82 AC (UTF-16 20AC), U+1F600 is F0 9F 98 80
 // (UTF-16 surrogate pair D83D DE00).
-#include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
-#include "foundation/TKDebug.h"
 #include "foundation/TKString.h"
 #include "support/TestSupport.h"
 
@@ -15,28 +13,6 @@ std::vector<uint8_t> Bytes(const TKString& s) {
     const auto* p = reinterpret_cast<const uint8_t*>(s.CString());
     return std::vector<uint8_t>(p, p + s.Length());
 }
-// Collects what the general channel writes while it lives, then restores the channel.
-class CapturedLog : public TKDebugSink {
-public:
-    static std::shared_ptr<CapturedLog> Install() {
-        auto log = std::make_shared<CapturedLog>();
-        log->fWasEnabled = DebugChannel(kDebugGeneral).enabled;
-        SetChannelOutput(kDebugGeneral, log);
-        SetChannelEnabled(kDebugGeneral, true);
-        return log;
-    }
-    void Uninstall() {
-        SetChannelOutput(kDebugGeneral, nullptr);
-        SetChannelEnabled(kDebugGeneral, fWasEnabled);
-    }
-    void Write(const char* text, size_t length) noexcept override { fText.append(text, length); }
-    const std::string& Text() const { return fText; }
-
-private:
-    std::string fText;
-    bool fWasEnabled = false;
-};
-
 const char kSample[] = "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80" "A";  // é € 😀 A
 }  // namespace
 
@@ -102,15 +78,6 @@ TEST(StringUnicode, InvalidUTF8IsReplacedAndDecodingGoesOn) {
     EXPECT_EQ(units("\xE2"), (std::vector<int>{0xFFFD}));
     // The largest values of each length still decode.
     EXPECT_EQ(units("\xDF\xBF\xEF\xBF\xBF\xF4\x8F\xBF\xBF"), (std::vector<int>{0x7FF, 0xFFFF, 0xDBFF, 0xDFFF}));
-}
-
-TEST(StringUnicode, DecoderLogsEachMalformedByteAndGoesOn) {
-    auto log = CapturedLog::Install();
-    TKString wide = TKString("ab\x80" "c\xF8" "d").ToUTF16(0, false);
-    log->Uninstall();
-    EXPECT_EQ(wide.Length(), 12);  // six units: a, b, U+FFFD, c, U+FFFD, d
-    EXPECT_NE(log->Text().find("Unexpected UTF8 start character at 2\n"), std::string::npos) << log->Text();
-    EXPECT_NE(log->Text().find("Bad UTF8 start character at 4\n"), std::string::npos) << log->Text();
 }
 
 TEST(StringUnicode, RoundTripOverAllPlanes) {

@@ -112,20 +112,6 @@ TEST(Thread, StopAndKillOfAnIdleThreadOnlySetTheFlag) {
     EXPECT_EQ(thread->Wait(), 0);
 }
 
-TEST(Thread, StopEndsWorkThatPolls) {
-    std::atomic<bool> started{false};
-    std::atomic<int> rounds{0};
-    auto thread = MakeThread("poller", [&](TKThread& self) {
-        started = true;
-        while (!self.StopRequested()) ++rounds;
-    });
-    thread->Start();
-    SpinUntil(started);
-    thread->Stop();
-    EXPECT_EQ(thread->Wait(), 0);
-    EXPECT_GE(rounds.load(), 0);
-}
-
 TEST(Thread, KillOfARunningThreadLeavesCancel) {
     std::atomic<bool> started{false};
     std::atomic<bool> unwound{false};
@@ -258,17 +244,6 @@ TEST(NamedLock, MutexTimeoutRaisesTimeout) {
     TKMutexGuard::Remove(name.c_str());
 }
 
-TEST(NamedLock, MutexAndSemaphoreOfOneNameAreApartAndNamesMayHoldSlashes) {
-    std::string name = UniqueName("a/b/c");
-    {
-        TKMutexGuard mutex(name.c_str());
-        TKSemaphoreGuard semaphore(name.c_str(), 0, true);
-        EXPECT_TRUE(semaphore.Acquired());
-    }
-    TKMutexGuard::Remove(name.c_str());
-    TKSemaphoreGuard::Remove(name.c_str());
-}
-
 TEST(NamedLock, SemaphoreCountsItsHolders) {
     std::string name = UniqueName("pair");
     {
@@ -343,10 +318,4 @@ TEST(NamedLock, BadNamesAreRefused) {
     EXPECT_TKERROR(TKSemaphoreGuard(nullptr), ArgErr);
     std::string tooLong(300, 'n');
     EXPECT_TKERROR(TKMutexGuard(tooLong.c_str()), ArgErr);
-}
-
-TEST(CPUCount, IsWithinWhatTheSystemHas) {
-    int32_t count = GetCPUCount();
-    EXPECT_GE(count, 1);
-    EXPECT_LE(count, int32_t(sysconf(_SC_NPROCESSORS_CONF)));
 }

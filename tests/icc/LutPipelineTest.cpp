@@ -97,6 +97,27 @@ std::vector<uint8_t> MBABody(bool rising) {
     return b;
 }
 
+// Big-endian bytes of an "mAB " 3 -> 3 body of identity B and M curves around the matrix
+// `m` (row-major 3 x 3, then the three offsets), no CLUT and no A curves.
+std::vector<uint8_t> MABMatrixBody(const double (&m)[12]) {
+    std::vector<uint8_t> b = {3, 3, 0, 0};
+    auto put32 = [&](uint32_t v) {
+        for (int i = 3; i >= 0; --i) b.push_back(uint8_t(v >> (8 * i)));
+    };
+    for (uint32_t offset : {32u, 68u, 116u, 0u, 0u}) put32(offset);  // B, matrix, M, CLUT, A
+    auto identities = [&] {
+        for (int i = 0; i < 3; ++i) {
+            for (char c : {'c', 'u', 'r', 'v'}) b.push_back(uint8_t(c));
+            put32(0);
+            put32(0);
+        }
+    };
+    identities();
+    for (double v : m) put32(uint32_t(int32_t(std::lround(v * 65536.0))));  // s15Fixed16
+    identities();
+    return b;
+}
+
 class LutPipelineTest : public TKNoErrorTest {};
 // Cases that raise errors on purpose.
 class LutPipelineErrorTest : public ::testing::Test {};
@@ -118,9 +139,27 @@ TEST_F(LutPipelineTest, Lut16StagesInOrderWithBoundCurves) {
     TKVector lab = list->Trafo(TKVector({30.0, 20.0, 10.0, 5.0}, TKCMYKSpace));
     EXPECT_NEAR(lab[0], 100.0, 1e-9);
     EXPECT_NEAR(lab[1], 0.0, 1e-9);
-    EXPECT_EQ(builder.GetInterpolationMode(TKICCSig("A2B0")), 2);
     EXPECT_EQ(builder.GetLutGridPoints(TKICCSig("A2B0")), 2);
     EXPECT_EQ(builder.GetLutGridPoints(TKICCSig("A2B1")), 0);
+}
+
+// Which grid rule a table is read with (0 multilinear, 1 for XYZ input, 2 simplex): inks, device
+// to device, and every table of a printer whose device side comes first.
+TEST_F(LutPipelineTest, InterpolationRuleFollowsSpacesAndClass) {
+    struct Case {
+        const char space[5], pcs[5], cls[5], tag[5];
+        int32_t mode;
+    };
+    const Case cases[] = {
+        {"CMYK", "Lab ", "prtr", "A2B0", 2}, {"RGB ", "Lab ", "prtr", "A2B0", 2}, {"RGB ", "Lab ", "mntr", "A2B0", 0},
+        {"RGB ", "Lab ", "prtr", "B2A0", 0}, {"RGB ", "XYZ ", "mntr", "B2A0", 1}, {"Lab ", "Lab ", "abst", "A2B0", 0},
+        {"RGB ", "CMYK", "link", "A2B0", 2},
+    };
+    for (const Case& c : cases) {
+        auto profile = NewProfile(c.space, c.pcs, c.cls);
+        EXPECT_EQ(TKICCTrafoBuilder(profile.Get()).GetInterpolationMode(TKICCSig(c.tag)), c.mode)
+            << c.space << " " << c.cls << " " << c.tag;
+    }
 }
 
 // An 8-bit table encodes Lab with L 100 at full scale (not at 0xFF00): a node of 255 reads L 100.
@@ -152,7 +191,6 @@ TEST_F(LutPipelineTest, LabToLabCurvesStayUnbound) {
     TKTrafo* found = FindTrafo(list.Get(), "TKICCLut16InputTrafo");
     ASSERT_NE(found, nullptr);
     EXPECT_EQ(static_cast<TKICCLutLinTrafo*>(found)->GetBoundType(), 0u);
-    EXPECT_EQ(builder.GetInterpolationMode(TKICCSig("A2B0")), 0);
 }
 
 TEST_F(LutPipelineTest, IdentityCurvesAddNoStage) {
@@ -176,7 +214,6 @@ TEST_F(LutPipelineTest, XYZInputUsesTheMatrix) {
     TKICCTrafoBuilder builder(profile.Get());
     auto list = builder.GetLutTrafo(TKICCSig("B2A0"));
     EXPECT_TRUE(Has(*list, "TKICCLut16MatrixTrafo"));
-    EXPECT_EQ(builder.GetInterpolationMode(TKICCSig("B2A0")), 1);
     // X 100 is norm 100 / 199.997: halved by the matrix, then the identity grid, then 255 scale.
     TKVector rgb = list->Trafo(TKVector({100.0, 0.0, 0.0}, TKXYZSpace));
     EXPECT_NEAR(rgb[0], 255.0 * 0.5 * 100.0 / (100.0 * (1.0 + 32767.0 / 32768.0)), 1e-6);
@@ -213,6 +250,26 @@ TEST_F(LutPipelineTest, LabEncodingTestOnARealV4Table) {
     auto* back = static_cast<TKAdaptICC4LabNorm*>(FindTrafo(a2b.Get(), "TKAdaptICC4LabNorm"));
     ASSERT_NE(back, nullptr);
     EXPECT_FALSE(back->IsForward());
+}
+
+// The matrix of a v4 table works on the curves' 0..1 values, offsets in its last column:
+// L' = L / 2 + 25 and a' = (a + b) / 2 follow from the Lab encoding (L 100 x, a and b 255 x - 128);
+// within 0.01, the size of a 16-bit encoding step.
+TEST_F(LutPipelineTest, MABMatrixStageAppliesTheAffineMap) {
+    const double m[12] = {0.5, 0, 0, 0, 0.5, 0.5, 0, 0, 1, 0.25, 0, 0};
+    auto profile = NewProfile("Lab ", "Lab ", "abst", 0x04200000);
+    auto tag = TKMakeRef<TKICC4LutTag>(TKICCSig("mAB "), TKICCSig("A2B1"));
+    std::vector<uint8_t> body = MABMatrixBody(m);
+    tag->SetData(body.data(), uint32_t(body.size()), kBigEndian);
+    profile->AddTag(tag.Get(), false);
+    auto list = TKICCTrafoBuilder(profile.Get()).GetLutTrafo(TKICCSig("A2B1"));
+    EXPECT_TRUE(Has(*list, "TKICC4LutMatrixTrafo"));
+    for (const TKVector& lab : {TKVector({60.0, 20.0, -40.0}, kLab), TKVector({10.0, -50.0, 30.0}, kLab)}) {
+        const TKVector out = list->Trafo(lab);
+        EXPECT_NEAR(out[0], lab[0] / 2.0 + 25.0, 0.01);
+        EXPECT_NEAR(out[1], (lab[1] + lab[2]) / 2.0, 0.01);
+        EXPECT_NEAR(out[2], lab[2], 0.01);
+    }
 }
 
 TEST_F(LutPipelineTest, MBAWithoutMatrixRunsBCurvesClutACurves) {

@@ -65,29 +65,6 @@ TEST(Buffer, GrowingBufferTakesThreeMillionBytesInOneWrite) {
     EXPECT_EQ(buffer.ToDataPtr(), big);
 }
 
-TEST(Buffer, GrowthLimitBoundsEachStep) {
-    TKBuffer buffer;
-    buffer.SetGrowthLimit(10);
-    uint8_t bytes[100] = {};
-    buffer.Write(bytes, 100);
-    EXPECT_EQ(buffer.Capacity(), 110u);
-    buffer.Write(bytes, 4);
-    EXPECT_EQ(buffer.Capacity(), 110u);
-}
-
-TEST(Buffer, SetModeAndResetReserve256) {
-    TKBuffer fresh;
-    fresh.SetMode(3);
-    EXPECT_EQ(fresh.Capacity(), 256u);
-    std::vector<uint8_t> bytes(5000, 1);
-    fresh.Write(bytes.data(), bytes.size());
-    EXPECT_GT(fresh.Capacity(), 5000u);
-    fresh.Reset();
-    EXPECT_EQ(fresh.Capacity(), 256u);
-    EXPECT_EQ(fresh.Size(), 0u);
-    EXPECT_EQ(fresh.Tell(), 0);
-}
-
 TEST(Buffer, WritingPastTheEndLeavesAZeroGap) {
     TKBuffer buffer;
     buffer.Write("ab", 2);
@@ -139,11 +116,4 @@ TEST(Buffer, SetSizeZeroFillsNewBytes) {
     buffer.SetSize(1000);
     EXPECT_EQ(buffer.Size(), 1000u);
     EXPECT_EQ(buffer.GetData()[999], 0);
-}
-
-TEST(Buffer, CountsAsAnObject) {
-    auto buffer = TKMakeRef<TKBuffer>();
-    EXPECT_NE(buffer->Cast("TKStream"), nullptr);
-    EXPECT_STREQ(buffer->ClassName(), "TKBuffer");
-    EXPECT_STREQ(buffer->GetName().CString(), "TKStream");
 }

@@ -106,12 +106,6 @@ TEST(DataBaseText, PlainWriterQuotesOnlyWhereNeeded) {
                  "n = \n{\n\tm = 1\n}\n");
 }
 
-TEST(DataBaseText, DefaultLineEndIsCRLF) {
-    auto base = TKMakeRef<TKDataBase>();
-    base->SetString("a", "b");
-    EXPECT_STREQ(base->ToText().CString(), "a = b\r\n");
-}
-
 TEST(DataBaseText, RoundTripBothForms) {
     auto base = TKMakeRef<TKDataBase>();
     base->SetString("key with blank", "v");
@@ -180,11 +174,6 @@ TEST(DataBasePaths, FirstDuplicateKeyWins) {
     base->SetInt("a", 7);
     EXPECT_STREQ(base->Value(0).CString(), "7");
     EXPECT_STREQ(base->Value(1).CString(), "2");
-}
-
-TEST(DataBasePaths, KeysAreCaseSensitive) {
-    auto base = Parse("Key = 1\n");
-    EXPECT_FALSE(base->Exists("key"));
 }
 
 TEST(DataBaseTyped, Bools) {

@@ -95,17 +95,6 @@ TEST_F(DebugLog, NamesTheFileAfterTheGivenNameAndCreatesAMissingFolder) {
     EXPECT_TRUE(fs::exists(folder / "a" / "b" / "host.TXT"));
 }
 
-TEST_F(DebugLog, DefaultFolderIsTheDebuggingFolder) {
-    // The debugging folder follows XDG_STATE_HOME; pointed into the temporary folder here.
-    const char* saved = std::getenv("XDG_STATE_HOME");
-    std::string savedValue = saved ? saved : "";
-    setenv("XDG_STATE_HOME", folder.c_str(), 1);
-    TKFileSpec spec = InitLog("", "Engine", 0, false);
-    if (saved) setenv("XDG_STATE_HOME", savedValue.c_str(), 1);
-    else unsetenv("XDG_STATE_HOME");
-    EXPECT_EQ(std::string(spec.FullName().CString()), (folder / "EngineLog.txt").string());
-}
-
 TEST_F(DebugLog, OnceKeepsTheFirstLog) {
     TKFileSpec first = InitLog(Folder(), "First", 0, false);
     TKFileSpec second = InitLog(Folder(), "Second", 0, true);

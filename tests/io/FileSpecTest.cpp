@@ -98,35 +98,6 @@ TEST(FileSpec, SanitizeName) {
     EXPECT_STREQ(TKFileSpec::SanitizeName("ok name.icc").CString(), "ok name.icc");
 }
 
-TEST(FileSpec, SpecialFolders) {
-    EXPECT_STREQ(TKFileSpec::SpecialFolderName(1).CString(), "ICCFolder");
-    EXPECT_STREQ(TKFileSpec::SpecialFolderName(10).CString(), "ApplicationDataFolder");
-    EXPECT_STREQ(TKFileSpec::SpecialFolderName(11).CString(), "");
-    EXPECT_STREQ(TKFileSpec::SpecialFolderName(12).CString(), "TrashFolder");
-    EXPECT_STREQ(TKFileSpec::SpecialFolderName(22).CString(), "WinTempFolder");
-    EXPECT_STREQ(TKFileSpec::SpecialFolderName(0).CString(), "");
-    EXPECT_STREQ(TKFileSpec::SpecialFolderName(23).CString(), "");
-    EXPECT_STREQ(TKFileSpec::SpecialFolderName(-1).CString(), "");
-    TKFileSpec temp(kTemporaryFolder, "x.txt");
-    EXPECT_TRUE(TKFileSpec::IsAbsolute(temp.FullName()));
-    EXPECT_STREQ(temp.Name().CString(), "x.txt");
-    EXPECT_EQ(temp.Kind(), kFileKindText);
-    // No Windows folders and no custom folder on this platform: empty specs.
-    EXPECT_TRUE(TKFileSpec(kWinSystem32Folder, "a.dll").IsEmpty());
-    EXPECT_TRUE(TKFileSpec(kCustomFolder, "a").IsEmpty());
-    EXPECT_TRUE(TKFileSpec(11, "a").IsEmpty());
-    EXPECT_STREQ(TKFileSpec(kICCSystemFolder, "sRGB.icc").FullName().CString(), "/usr/share/color/icc/sRGB.icc");
-}
-
-TEST(FileKinds, TableHas53RowsAndEndsWithTheUnknownRow) {
-    ASSERT_EQ(TKFileKindRowCount(), 53);
-    const TKFileKindRow& last = TKFileKindRowAt(52);
-    EXPECT_EQ(last.kind, 0);
-    EXPECT_EQ(last.type, Sig("****"));
-    EXPECT_TKERROR(TKFileKindRowAt(53), IndexError);
-    EXPECT_TKERROR(TKFileKindRowAt(-1), IndexError);
-}
-
 TEST(FileKinds, LookupsTakeTheFirstFittingRow) {
     EXPECT_EQ(TKFileKindForExtension("JPG").type, Sig("JPEG"));  // not the JFIF row below it
     EXPECT_EQ(TKFileKindForType(Sig("JFIF")).kind, kFileKindJPEG);

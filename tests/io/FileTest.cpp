@@ -61,19 +61,6 @@ TEST_F(FileTest, OpeningAMissingFileQuietlyOrLoudly) {
     }
 }
 
-TEST_F(FileTest, NonASCIIPathsWork) {
-    const std::string name = "Farbr\xC3\xA4ume \xE6\x97\xA5\xE6\x9C\xAC.icc";
-    Make(name, "profile");
-    const TKFileSpec spec = Spec(name);
-    EXPECT_TRUE(FileExists(spec));
-    EXPECT_STREQ(spec.Name().CString(), name.c_str());
-    TKFile file(spec);
-    EXPECT_EQ(file.Length(), 7);
-    TKIterateDirGetFiles walk;
-    ASSERT_EQ(walk.GetFiles(Spec("")).Count(), 1);
-    EXPECT_STREQ(walk.Files()[0].Name().CString(), name.c_str());
-}
-
 TEST_F(FileTest, EmptyPathAndFolders) {
     TKFile file;
     file.Open(TKFile::kRead, false, false);
@@ -145,13 +132,6 @@ TEST_F(FileTest, ClosedFilesWithoutAModeRefuseEverything) {
     EXPECT_FALSE(file.CanSeek());
 }
 
-TEST_F(FileTest, WriteModeTruncates) {
-    Make("t.txt", "long content");
-    Make("t.txt", "ab");
-    TKFile in(Spec("t.txt"));
-    EXPECT_EQ(in.Length(), 2);
-}
-
 TEST_F(FileTest, ShortWritesRaiseWithCounts) {
     TKFile full(TKFileSpec("/dev/full"), TKFile::kWrite);
     try {
@@ -177,24 +157,6 @@ TEST_F(FileTest, ReadStringAndReadDataStopAtTheEnd) {
     EXPECT_EQ(in.ReadString(text, -1), 6);
     EXPECT_STREQ(text.CString(), "abcdef");
     EXPECT_EQ(in.ReadData(block, -1), 0);
-}
-
-TEST_F(FileTest, SetFileSpecClosesTheOldFile) {
-    Make("a.txt", "a");
-    TKFile file(Spec("a.txt"));
-    file.Open(TKFile::kRead);
-    file.SetFileSpec(Spec("b.txt"));
-    EXPECT_FALSE(file.IsOpen());
-    EXPECT_STREQ(file.GetFileSpec().Name().CString(), "b.txt");
-}
-
-TEST_F(FileTest, FlushFileStreamWritesThrough) {
-    TKFlushFileStream log(Spec("log.txt"));
-    log.SetSync(true);
-    log.WriteString("line\n");
-    // Another reader sees the bytes while the stream is still open.
-    TKFile reader(Spec("log.txt"));
-    EXPECT_EQ(reader.Length(), 5);
 }
 
 TEST_F(FileTest, TempFilesAreUniqueAndDeletedUnlessKept) {
@@ -368,28 +330,4 @@ TEST(FileThroughFilters, ProfileHeaderThroughABufferedBigEndianReader) {
     reader.U32();
     EXPECT_TKERROR(reader.U8(), EOFReached);
     EXPECT_TKERROR(reader.Block(1), EOFReached);
-}
-
-TEST_F(FileTest, TextLinesFromAFileThroughAnXStream) {
-    Make("chart.txt", "CGATS.17\r\nORIGINATOR \"Tintara test\"\nNUMBER_OF_SETS 2\rEND");
-    TKFile file(Spec("chart.txt"));
-    {
-        TKXStream x(&file);
-        char line[64];
-        EXPECT_EQ(x.ReadLine(line, sizeof line), 8);
-        EXPECT_STREQ(line, "CGATS.17");
-        char token[64];
-        char separator = 0;
-        x.ReadToken(token, sizeof token, &separator, true);
-        EXPECT_STREQ(token, "ORIGINATOR");
-        x.ReadToken(token, sizeof token, &separator, true);
-        EXPECT_STREQ(token, "\"Tintara test\"");
-        EXPECT_EQ(separator, '\n');
-        x.SkipTo("NUMBER_OF_SETS");
-        EXPECT_EQ(x.ReadLine(line, sizeof line), 1);
-        EXPECT_STREQ(line, "2");
-    }
-    // The XStream read ahead, and gave the file its position back when it was done.
-    EXPECT_EQ(file.Tell(), file.Length() - 3);
-    EXPECT_STREQ(ReadWholeStream(file).CString(), "END");
 }

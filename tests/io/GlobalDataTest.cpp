@@ -35,23 +35,6 @@ std::string WriteFile(const std::string& name, const std::string& text) {
 
 }  // namespace
 
-TEST(GlobalData, BuiltInValuesOfTheSixKeys) {
-    EXPECT_DOUBLE_EQ(TKGlobalData::GetDouble(kTKGlobalSeparationDefaultFactor, -1), 0.9);
-    EXPECT_EQ(TKGlobalData::GetInt(kTKGlobalInvColorFlags, -1), 1);
-    EXPECT_DOUBLE_EQ(TKGlobalData::GetDouble(kTKGlobalInvColorDefaultRho, -1), 0.7);
-    EXPECT_DOUBLE_EQ(TKGlobalData::GetDouble(kTKGlobalInvColorDefaultErrLimit, -1), 0.1);
-    EXPECT_EQ(TKGlobalData::GetInt(kTKGlobalDensityMode, -1), 1);
-    EXPECT_DOUBLE_EQ(TKGlobalData::GetDouble(kTKGlobalBrightenerSrc2DstFactor, -1), 0.15);
-    const TKDataBase& builtIn = TKGlobalData::BuiltIn();
-    EXPECT_DOUBLE_EQ(builtIn.GetDouble("gSeparationDefaultFactor", -1), 0.9);
-    EXPECT_EQ(builtIn.GetInt("gDensityMode", -1), 1);
-}
-
-TEST(GlobalData, FileLiesInTheChosenFolder) {
-    const std::string expected = std::string(std::getenv(TKGlobalData::kFolderVariable)) + "/TKGlobalData.txt";
-    EXPECT_STREQ(TKGlobalData::FileSpec().FullName().CString(), expected.c_str());
-}
-
 TEST(GlobalData, DefaultAndAddFlag) {
     EXPECT_EQ(TKGlobalData::GetInt("TestNoSuchKey", 42), 42);
     EXPECT_FALSE(TKGlobalData::Exists("TestNoSuchKey"));
@@ -62,12 +45,6 @@ TEST(GlobalData, DefaultAndAddFlag) {
     EXPECT_STREQ(TKGlobalData::GetString("TestAddedText", "other").CString(), "abc");
     EXPECT_TRUE(TKGlobalData::GetBool("TestAddedBool", true, true));
     EXPECT_TRUE(TKGlobalData::GetBool("TestAddedBool", false));
-}
-
-TEST(GlobalData, KeysAreCaseSensitive) {
-    TKGlobalData::SetInt("TestCaseKey", 5);
-    EXPECT_EQ(TKGlobalData::GetInt("testcasekey", -1), -1);
-    EXPECT_EQ(TKGlobalData::GetInt("TestCaseKey", -1), 5);
 }
 
 TEST(GlobalData, SettingLeavesTheBuiltInCopy) {

@@ -122,9 +122,3 @@ TEST(StreamProgress, WritesAPercentLinePerChange) {
     }
     EXPECT_EQ(TextOf(*buffer), "0%\n50%\n[2] 50%\n[2] 100%\n");
 }
-
-TEST(StreamProgress, NullStreamIsANoOp) {
-    TKStreamProgress progress(nullptr, false);
-    progress.SetProgress(0.5);
-    EXPECT_EQ(progress.LastPercent(), -1);
-}

@@ -55,17 +55,6 @@ TEST(CurveKinds, IdentityTestsGammaAndTableWithinTolerance) {
     EXPECT_FALSE(Gamma(-4).IsIdentity());
 }
 
-TEST(CurveKinds, SetGammaSelectsKinds) {
-    EXPECT_EQ(Gamma(0.0).GetLength(), TKCurveLinearization::kLStarToY);  // not a gamma of 0
-    EXPECT_EQ(Gamma(-5.0).GetLength(), TKCurveLinearization::kSRGBEncode);
-    EXPECT_EQ(Gamma(-4.7).GetLength(), TKCurveLinearization::kSRGBDecode);  // truncated
-    TKCurveLinearization g = Gamma(2.2);
-    EXPECT_TRUE(g.IsGamma());
-    EXPECT_EQ(g.GetLength(), 1);
-    EXPECT_DOUBLE_EQ(g.GetGamma(), 2.2);
-    EXPECT_FALSE(Gamma(-2.0).IsGamma());
-}
-
 TEST(CurveKinds, GammaFromMidpoint) {
     TKCurveLinearization c;
     c.SetGammaFromMidpoint(0.25);
@@ -80,12 +69,6 @@ TEST(CurveKinds, GammaKeepsTheSignOfNegativeInput) {
     EXPECT_DOUBLE_EQ(Gamma(2.0).ApplyInverse(-0.25), -0.5);
     EXPECT_NEAR(Gamma(2.2).Apply(-0.5), -std::pow(0.5, 2.2), 1e-15);
     EXPECT_NEAR(Gamma(2.2).ApplyInverse(Gamma(2.2).Apply(0.37)), 0.37, 1e-15);
-}
-
-TEST(CurveKinds, InvertGammaTakesTheReciprocal) {
-    TKCurveLinearization c = Gamma(2.0);
-    c.Invert();
-    EXPECT_DOUBLE_EQ(c.GetGamma(), 0.5);
 }
 
 // ---- named curves -----------------------------------------------------------------------
@@ -220,12 +203,6 @@ TEST(CurveTable, FallingTableInvertsToRisingPositions) {
     EXPECT_DOUBLE_EQ(c.ApplyInverse(0.3), 0.75);
 }
 
-TEST(CurveTable, FlatTableCountsAsFalling) {
-    TKCurveLinearization c = Table({0.4, 0.4, 0.4});
-    EXPECT_EQ(c.ApplyInverse(0.4), 0.0);
-    EXPECT_EQ(c.ApplyInverse(0.1), 1.0);
-}
-
 TEST(CurveTable, TwoPointRuleAtEqualAbscissaeGivesTheMean) {
     EXPECT_DOUBLE_EQ(TKCurveTwoPointRule(0.5, 0.2, 0.5, 0.6, 123.0), 0.4);
     EXPECT_DOUBLE_EQ(TKCurveTwoPointRule(0.5, 0.2, 0.5 + 1e-9, 0.6, 0.0), 0.4);
@@ -285,12 +262,6 @@ TEST(CurveConcat, GammaThenGammaMultipliesExponents) {
     for (double x = 0.0; x <= 1.0; x += 0.05) EXPECT_NEAR(c.Apply(x), std::pow(x, 3.0), 2e-4);
 }
 
-TEST(CurveConcat, WithItself) {
-    TKCurveLinearization c = Gamma(2.0);
-    c.Concat(c, 0);
-    for (double x = 0.0; x <= 1.0; x += 0.05) EXPECT_NEAR(c.Apply(x), std::pow(x, 4.0), 5e-4);
-}
-
 TEST(CurveConcat, TakesTheLongerLengthOrTheMinimum) {
     TKCurveLinearization longer = Gamma(1.2);
     longer.Resample(1000);
@@ -311,15 +282,6 @@ TEST(CurveConcat, TakesTheLongerLengthOrTheMinimum) {
 // ---- fits on the FOGRA39L tone ramps ----------------------------------------------------
 
 class CurveToneRamp : public ::testing::TestWithParam<char> {};
-
-// FOGRA39L's black has 17 % tone value increase at 50 % (curve B of ISO 12647-2 asks about
-// 18 % for black): the data behaves as a press curve should.
-TEST(CurveToneData, BlackRampShowsThePressCurve) {
-    const ToneRamp k = LoadToneRamp('K');
-    ASSERT_EQ(k.nominal.GetDim(), 21);
-    EXPECT_NEAR(k.tone[11] - k.nominal[11], 0.17, 0.01);  // the 50 % patch
-    EXPECT_TRUE(IsNonDecreasing(k.tone));
-}
 
 TEST_P(CurveToneRamp, LinearFitPassesThroughTheMeasuredPoints) {
     const ToneRamp r = LoadToneRamp(GetParam());
@@ -399,12 +361,6 @@ TEST(CurveFit, GammaFitReproducesAPurePower) {
     TKCurveLinearization v;
     v.SetFromValues(y, 64);  // the same points on evenly spaced inputs
     EXPECT_LT(v.GetSamples().MaxDistance(c.GetSamples()), 1e-12);
-}
-
-TEST(CurveFit, ZeroValuesInsideTheRangeStayFinite) {
-    TKCurveLinearization c;
-    c.SetFromGammaFit(Values({0.0, 0.2, 0.5, 1.0}), Values({0.0, 0.0, 0.3, 1.0}), 32);
-    for (int32_t k = 0; k < 32; ++k) EXPECT_TRUE(std::isfinite(c.GetSamples()[k]));
 }
 
 TEST(CurveFit, FewPointsAreTakenAsSamples) {
@@ -521,13 +477,6 @@ TEST(CurveFromTrafo, LinearTrafoGivesTheIdentityAndNullResets) {
     c.SetFromTrafo(nullptr, TKVector(), TKVector(), 0, 33);
     EXPECT_EQ(c.GetLength(), 0);
     EXPECT_TKERROR(c.SetFromTrafo(&linear, TKVector({1.0, 2.0, 3.0}), TKVector({1.0, 2.0}), 0, 33), DimMismatch);
-}
-
-TEST(CurveFromTrafo, CollapsedLineStaysFinite) {
-    TKMatrixTrafo zero(TKMatrix(1, 1));  // maps every colour to 0
-    TKCurveLinearization c;
-    c.SetFromTrafo(&zero, TKVector({0.0}), TKVector({1.0}), 0, 16);
-    for (double t = 0.0; t <= 1.0; t += 0.125) EXPECT_EQ(c.Apply(t), 0.0);
 }
 
 // Untrusted text: every truncation and single-byte corruption of a valid block either reads

@@ -45,23 +45,6 @@ TEST(HyperSquareWeightsTrafo, MapsFractionsToCornerWeights) {
     EXPECT_STREQ(weights->ClassName(), "TKHyperSquareWeights");
 }
 
-TEST(HyperSquareWeightsTrafo, LowByteSelectsTheRule) {
-    TKRefPtr<TKHyperSquareWeights> weights = TKMakeRef<TKHyperSquareWeights>(0x101);
-    EXPECT_EQ(weights->Trafo(TKVector{0.3, 0.3, 0.3})[7], 0.3);  // simplex, not 0.027
-    EXPECT_TKERROR(TKHyperSquareWeights(6), UndefProc);
-    EXPECT_TKERROR(TKHyperSquareDataTrafo(9), UndefProc);
-}
-
-TEST(HyperSquareDataCube, DimensionsComeFromTheMatrix) {
-    TKRefPtr<TKHyperSquareDataTrafo> cube = TKMakeRef<TKHyperSquareDataTrafo>(1, AffineCube(3));
-    EXPECT_EQ(cube->GetSrcDim(), 3);
-    EXPECT_EQ(cube->GetDstDim(0), 2);
-    const TKVector corner = cube->GetCornerSrc(6, 0);  // 110: channels 0 and 1 set
-    EXPECT_EQ(corner, (TKVector{1.0, 1.0, 0.0}));
-    EXPECT_TKERROR(cube->SetMatrix(TKMatrix(3, 2)), ArgErr);
-    EXPECT_TKERROR(cube->GetCornerDst(8, 0), IndexError);
-}
-
 TEST(HyperSquareDataCube, EveryRuleReproducesAnAffineMap) {
     for (int32_t mode = 0; mode <= 5; ++mode) {
         TKRefPtr<TKHyperSquareDataTrafo> cube = TKMakeRef<TKHyperSquareDataTrafo>(mode, AffineCube(3));
@@ -69,13 +52,6 @@ TEST(HyperSquareDataCube, EveryRuleReproducesAnAffineMap) {
         EXPECT_NEAR(at[0], 10.0 + 0.4 + 0.45 - 0.45, 1e-12) << mode;
         EXPECT_NEAR(at[1], -3.0 + 0.2 + 2.7 + 0.1125, 1e-12) << mode;
     }
-}
-
-TEST(HyperSquareDataCube, CornerListHoldsTheSimplexCorners) {
-    TKRefPtr<TKHyperSquareDataTrafo> cube = TKMakeRef<TKHyperSquareDataTrafo>(1, AffineCube(3));
-    std::vector<int32_t> nodes;
-    cube->CalcCornerList(TKVector{0.2, 0.7, 0.5}, nodes);
-    EXPECT_EQ(nodes, (std::vector<int32_t>{0, 2, 3, 7}));
 }
 
 TEST(HyperSquareDataCube, TrainingMovesTheCornersOntoThePair) {

@@ -86,12 +86,6 @@ TEST(HyperSquareWeightRules, CubeFaceCentreHasTheFaceOnly) {
     for (int32_t m = 4; m < 8; ++m) EXPECT_EQ(w[m], 0.0) << m;
 }
 
-TEST(HyperSquareWeightRules, UnknownModesAreUndefProc) {
-    double f[2] = {0.1, 0.2}, w[4];
-    EXPECT_TKERROR(TKWeightRules::Compute(6, f, 2, w), UndefProc);
-    EXPECT_TKERROR(TKWeightRules::Compute(-1, f, 2, w), UndefProc);
-}
-
 TEST(HyperSquareWeightRules, EveryRuleIsAPartitionOfUnityWithLinearPrecision) {
     std::mt19937 random(7);
     std::uniform_real_distribution<double> unit(0.0, 1.0);

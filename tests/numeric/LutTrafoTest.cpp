@@ -90,18 +90,6 @@ TEST(CLUTStore, BadSetupsIndicesAndTypesAreRefused) {
     EXPECT_TKERROR(clut.NodeDoubles(0), ArgErr);
 }
 
-TEST(CLUTStore, CopiesAreDeep) {
-    TKCLUT a;
-    a.Setup({2, 2}, 1, TKCLUT::kDouble);
-    const double one = 1.0;
-    a.SetNode(3, &one);
-    TKCLUT b = a;
-    const double two = 2.0;
-    b.SetNode(3, &two);
-    EXPECT_EQ(a.NodeDoubles(3)[0], 1.0);
-    EXPECT_EQ(b.NodeDoubles(3)[0], 2.0);
-}
-
 TEST(LutCells, OneLandsInTheLastCellAtItsFarEdge) {
     TKRefPtr<TKLutTrafo> lut = TKMakeRef<TKLutTrafo>(0);
     lut->SetupGrid({5}, 1, TKCLUT::kDouble);

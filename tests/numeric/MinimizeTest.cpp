@@ -128,17 +128,6 @@ TEST(MinimizeHooke, IterationLimitIsKept) {
     EXPECT_LT(m.GetError(), 24.2);  // the value at the start
 }
 
-TEST(MinimizeHooke, FindsTheCentreOfABowl) {
-    Bowl bowl;
-    TKMinimizeHooke m(&bowl);
-    m.SetMinStep(1e-7);
-    m.SetMinError(1e-14);
-    TKVector result;
-    m.Minimize(V({-3.3, 5.1, 0.7}), result);
-    for (int32_t i = 0; i < 3; ++i) EXPECT_NEAR(result[i], Bowl::Center(i), 1e-6);
-    EXPECT_LT(m.GetIterations(), 1000);
-}
-
 TEST(MinimizeHooke, RosenbrockFromTheClassicStart) {
     Rosenbrock f;
     for (int variant = 0; variant < 3; ++variant) {
@@ -213,11 +202,6 @@ TEST(MinimizeHookeEx, QuadraticMovesBeatTheStepGrid) {
 
 // ---- the swarm and its step control -----------------------------------------------------
 
-TEST(MinimizeHookePlus, TwoDimensionsGive14Particles) {
-    EXPECT_EQ(TKMinimizeHookePlus::SwarmSize(2), 14);
-    EXPECT_EQ(TKMinimizeHookePlus::SwarmSize(4), 18);
-}
-
 // Failures alternate: shrink by rho^2, raise by 1/rho, ... The step reaches 0.7^13 below 0.01
 // after 23 failed explorations.
 TEST(MinimizeHookePlus, FailedShrinkIsFollowedByOneRaise) {
@@ -252,18 +236,6 @@ TEST(MinimizeHookePlus, SwarmIsReproducibleAndNeverWorseThanTheStart) {
     // The start, 13 seeded particles, then at most 10 rounds of 14.
     EXPECT_GE(evaluations, 1 + 13 + 14);
     EXPECT_LE(evaluations, 1 + 13 + 10 * 14);
-}
-
-TEST(MinimizeSwarm, FactorsOfZeroTakeTheDefaults) {
-    TKPSOParticle p;
-    p.SetFactors(0.0, 0.0, 0.0);
-    EXPECT_EQ(p.Inertia, 0.8);
-    EXPECT_EQ(p.Cognitive, 2.0);
-    EXPECT_EQ(p.Social, 2.0);
-    p.SetFactors(0.5, 0.0, 1.5);
-    EXPECT_EQ(p.Inertia, 0.5);
-    EXPECT_EQ(p.Cognitive, 2.0);
-    EXPECT_EQ(p.Social, 1.5);
 }
 
 TEST(MinimizeSwarm, ParticleKeepsItsPersonalBest) {

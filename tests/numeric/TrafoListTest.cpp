@@ -102,22 +102,6 @@ TEST(TrafoList, NullMembersAreInvalidOnlyWhenEvaluated) {
     EXPECT_TKERROR(list.GetDstDim(1), PtrInvalid);
 }
 
-TEST(TrafoList, InfoCombinesTheMembers) {
-    TKTrafoList list;
-    list.Append(new InfoTrafo(1), true);
-    EXPECT_EQ(list.GetInfo(1), 1);
-    list.Append(new InfoTrafo(-1), true);
-    list.Append(new InfoTrafo(0), true);
-    EXPECT_EQ(list.GetInfo(1), -1);  // the first answer other than 1 decides
-    EXPECT_EQ(list.TKTrafo::GetInfo(1), -1);
-    list.RemoveLast();
-    list.Replace(1, new InfoTrafo(0), true);
-    EXPECT_EQ(list.GetInfo(1), 0);
-    list.SetInfo(2, 9);
-    EXPECT_EQ(list.GetInfo(2), 9);  // the list's own entry
-    EXPECT_EQ(list.GetInfo(0), -1);
-}
-
 TEST(TrafoList, AppendListFlattensNestedLists) {
     auto inner = TKMakeRef<TKTrafoList>();
     inner->Append(new TKTestAddTrafo(1, 1.0), true);
@@ -149,14 +133,6 @@ TEST(TrafoList, FindTrafoSearchesDepthFirst) {
     EXPECT_EQ(FindTrafo(&outer, "TKTrafoList"), &outer);
     EXPECT_EQ(FindTrafo(&outer, "TKRefTrafo"), nullptr);
     EXPECT_EQ(FindTrafo(nullptr, "TKTrafo"), nullptr);
-}
-
-TEST(TrafoList, HostMayDropItsCountAfterAppending) {
-    TKTrafoList list;
-    auto* t = new TKTestAddTrafo(1, 1.0);
-    list.Append(t, false);
-    t->Release();
-    EXPECT_EQ(list.Trafo(TKVector({1.0})), TKVector({2.0}));
 }
 
 namespace {
@@ -233,20 +209,6 @@ TEST(TrafoList, PixelPathLimits) {
     mixed.Append(new TKTrafo, true);
     EXPECT_FALSE(mixed.CanTrafo8());
     EXPECT_TKERROR(mixed.TrafoPixels8(20, s, d, strides, strides, nullptr), UndefProc);
-}
-
-TEST(TrafoList, OneMemberGetsTheCallUnchanged) {
-    TKTrafoList list;
-    auto* recorder = new TKTestRecordingTrafo(1);
-    list.Append(recorder, true);
-    struct NullProgress : TKProgress {
-        void SetProgress(double) override {}
-    } progress;
-    uint8_t src[12] = {}, dst[12] = {};
-    list.TrafoRaster8(3, 4, src, dst, 0, 0, &progress);
-    ASSERT_EQ(recorder->calls.size(), 1u);
-    EXPECT_TRUE(recorder->calls[0].withProgress);
-    EXPECT_EQ(dst[11], 1);
 }
 
 TEST(TrafoList, SeveralThreadsEvaluateOneList) {

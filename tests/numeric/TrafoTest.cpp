@@ -48,20 +48,6 @@ TEST(Trafo, PlainTrafoIsTheIdentityForAnything) {
     EXPECT_NE(t->Cast("TKObject"), nullptr);
 }
 
-TEST(Trafo, InfoEntries) {
-    TKTrafo t;
-    for (int i = 0; i < 6; ++i) EXPECT_EQ(t.GetInfo(i), -1);
-    t.SetInfo(TKTrafo::kInfoGridPoints, 17);
-    EXPECT_EQ(t.GetInfo(2), 17);
-    t.SetInfo(-1, 4);
-    for (int i = 0; i < 6; ++i) EXPECT_EQ(t.GetInfo(i), 4);
-    t.SetInfo(6, 9);
-    t.SetInfo(-2, 9);
-    EXPECT_EQ(t.GetInfo(6), -1);
-    EXPECT_EQ(t.GetInfo(-1), -1);
-    for (int i = 0; i < 6; ++i) EXPECT_EQ(t.GetInfo(i), 4);
-}
-
 TEST(Trafo, GuardedEvaluationChecksTheSourceDimension) {
     TKTestAddTrafo add(3, 1.0);
     TKVector v({1.0, 2.0, 3.0});
@@ -115,14 +101,6 @@ TEST(Trafo, TableLoopRejectsChangingWidths) {
     TKMatrix table(2, 1);
     table(1, 0) = 1.0;
     EXPECT_TKERROR(g.TrafoMatrix(table), DimMismatch);
-}
-
-TEST(Trafo, SaveWritesTheClassName) {
-    TKTestAddTrafo add(1, 1.0);
-    TKDataBase base;
-    add.Save(base);
-    EXPECT_STREQ(base.GetString("Type").CString(), "TKTestAddTrafo");
-    add.Load(base);
 }
 
 TEST(RefTrafo, OwnershipFollowsTheOwnedFlag) {

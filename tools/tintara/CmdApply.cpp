@@ -8,10 +8,12 @@
 
 #include "Chain.h"
 #include "Commands.h"
+#include "EmbeddedProfile.h"
 #include "Image.h"
 #include "LinkBake.h"
 #include "MatchImage.h"
 #include "PureColours.h"
+#include "SampleCoding.h"
 
 namespace host {
 
@@ -20,8 +22,11 @@ namespace {
 const char* const kUsage =
     "usage: tintara apply [CHAIN] [options] IN.tif OUT.tif|OUT.png\n"
     "Converts an 8 or 16-bit TIFF (gray, RGB, CMYK or n inks, interleaved or planar) through the\n"
-    "chain. Extra samples such as alpha pass through untouched; resolution and compression are\n"
-    "kept and the destination profile is embedded. A .png output takes gray or RGB results.\n\n"
+    "chain. The profile embedded in the image is the source: the -p profiles follow it (a first -p\n"
+    "equal to it is the same source); --no-embedded makes the first -p the source instead. Gray\n"
+    "keeps its file convention (black 0 or white 0). Extra samples such as alpha pass through\n"
+    "untouched; resolution and compression are kept and the last profile of the chain is embedded\n"
+    "when it describes the result (a device link never is). A .png output takes gray or RGB.\n\n"
     "options:\n";
 
 // The output raster: the source's size and tags, the link's channels, the same extra samples.
@@ -36,7 +41,8 @@ Image Prepare(const Image& in, TKLinkRef link, const std::string& inName, uint64
     if (dstDim < 1 || dstDim + in.extra > 0xFFFF) throw Failure("the trafo has no usable channel count");
     Image out(static_cast<const ImageShape&>(in));
     out.samples = uint16_t(dstDim + in.extra);
-    out.photometric = dstDim == 1 ? PHOTOMETRIC_MINISBLACK
+    // Gray results keep a gray source's convention; others get the common one, black 0.
+    out.photometric = dstDim == 1 ? (in.ColourChannels() == 1 ? in.photometric : uint16_t(PHOTOMETRIC_MINISBLACK))
                       : (dstDim == 3 && dstType != SignatureFrom("CMY")) ? PHOTOMETRIC_RGB
                                                                          : PHOTOMETRIC_SEPARATED;
     out.inkSet = (dstDim == 4 && dstType != SignatureFrom("mc4A")) ? INKSET_CMYK : INKSET_MULTIINK;
@@ -53,7 +59,7 @@ int RunApply(Args& args) {
     int32_t gridBits = 0;
     int threads = int(std::max(1u, std::thread::hardware_concurrency()));
     std::string embed, compression;
-    bool noEmbed = false;
+    bool noEmbed = false, ignoreEmbedded = false;
     int layout = 0;  // 0 keep, 1 interleaved, 2 planar
     uint64_t maxImageBytes = kMaxImageBytes;
     std::vector<std::string> files;
@@ -64,6 +70,8 @@ int RunApply(Args& args) {
                         "  -t, --threads N      threads matching strips (default: the processors)\n"
                         "  -e, --embed FILE     profile to embed (default: the chain's last profile)\n"
                         "      --no-embed       embed no profile\n"
+                        "      --no-embedded    ignore the profile embedded in the input; the first -p is the\n"
+                        "                       source\n"
                         "  -c, --compression C  none, lzw, deflate or packbits (default: the source's)\n"
                         "      --planar, --interleaved  sample layout of the output (default: the source's)\n"
                         "      --max-image MIB  largest decoded input or output image, 1-4096 (default 4096)\n%s",
@@ -76,6 +84,7 @@ int RunApply(Args& args) {
         else if (word == "-t" || word == "--threads") threads = args.IntValue(word, 1, 256);
         else if (word == "-e" || word == "--embed") embed = args.Value(word);
         else if (word == "--no-embed") noEmbed = true;
+        else if (word == "--no-embedded") ignoreEmbedded = true;
         else if (word == "-c" || word == "--compression") compression = args.Value(word);
         else if (word == "--planar") layout = 2;
         else if (word == "--interleaved") layout = 1;
@@ -91,22 +100,17 @@ int RunApply(Args& args) {
     const uint16_t outCompression = compression.empty() ? 0 : CompressionFrom(compression);
 
     const auto start = std::chrono::steady_clock::now();
-    // When more than one thread may run, the source is read while the link is set up: neither
-    // needs the other. Should the setup fail, leaving this scope waits for the read to end.
-    double readSeconds = 0;
-    std::future<Image> reading =
-        std::async(threads > 1 ? std::launch::async : std::launch::deferred, [&inName, &readSeconds, maxImageBytes] {
-            const auto readStart = std::chrono::steady_clock::now();
-            Image image = ReadTiff(inName, maxImageBytes);
-            readSeconds = SecondsSince(readStart);
-            return image;
-        });
+    // The source's own profile decides the chain, so the image is read first.
+    const auto readStart = std::chrono::steady_clock::now();
+    Image in = ReadTiff(inName, maxImageBytes);
+    const double readSeconds = SecondsSince(readStart);
+    const SourceChoice source = ChooseSource(chain, in.iccProfile, in.ColourChannels(), inName, ignoreEmbedded);
     // Pure colours are baked into a new link, also around a saved one.
     double bakeSeconds = 0;
     const bool merged = !chain.merge.empty();
     if (merged && pure.Any()) throw UsageError("pure colours are not kept through a merge link");
     const auto setupStart = std::chrono::steady_clock::now();
-    Ref trafo = merged ? BuildMergeLink(chain, gridBits) : pure.Apply(BuildTrafo(chain));
+    Ref trafo = merged ? BuildMergeLink(chain, gridBits) : pure.Apply(BuildTrafo(source.chain));
     if (merged) bakeSeconds = SecondsSince(setupStart);
     Ref baked;
     TKLinkRef link = trafo.get();
@@ -114,13 +118,11 @@ int RunApply(Args& args) {
         baked = BakeLink(trafo.get(), gridBits, bakeSeconds);
         link = baked.get();
     }
-    std::vector<uint8_t> profile;
-    const std::string profileName = noEmbed ? std::string() : (embed.empty() ? chain.DestinationProfile() : embed);
-    if (!profileName.empty()) profile = ReadFileBytes(profileName);
 
-    const Image in = reading.get();
     Image out = Prepare(in, link, inName, maxImageBytes);
-    out.iccProfile = profile;
+    if (png && out.ColourChannels() == 1) out.photometric = PHOTOMETRIC_MINISBLACK;  // PNG gray is light
+    std::string profileName;
+    if (!noEmbed) out.iccProfile = ProfileToEmbed(chain, embed, out.ColourChannels(), profileName);
     if (outCompression) {
         out.compression = outCompression;
         out.predictor = (outCompression == COMPRESSION_LZW || outCompression == COMPRESSION_ADOBE_DEFLATE) ? 2 : 0;
@@ -131,7 +133,9 @@ int RunApply(Args& args) {
     const auto matchStart = std::chrono::steady_clock::now();
     {
         ProgressBar bar("matching " + std::to_string(in.height) + " rows");
+        if (StoresLight(in)) InvertChannel(in, 0, 0, in.height);
         MatchImage(link, in, out, threads, bar);
+        if (StoresLight(out)) InvertChannel(out, 0, 0, out.height);
     }
     const double matchSeconds = SecondsSince(matchStart);
     if (layout != 0 && (layout == 2) != out.planar) {
@@ -155,6 +159,7 @@ int RunApply(Args& args) {
     file.Commit();
 
     const double megapixels = double(in.width) * in.height / 1e6;
+    if (source.usesEmbedded) std::printf("source profile: the one embedded in %s\n", inName.c_str());
     std::printf("%s: %u x %u, %u-bit %s, %d -> %d channels%s, %s\n", outName.c_str(), in.width, in.height, in.bits,
                 in.planar ? "planar" : "interleaved", in.ColourChannels(), out.ColourChannels(),
                 in.extra ? (" + " + std::to_string(in.extra) + " extra").c_str() : "",

@@ -59,7 +59,7 @@ struct ImageShape {
     uint16_t extra = 0;         // extra samples (alpha and the like) after the colour channels
     std::vector<uint16_t> extraKinds;
     bool planar = false;
-    uint16_t photometric = 0;   // PHOTOMETRIC_MINISBLACK, _RGB or _SEPARATED
+    uint16_t photometric = 0;   // PHOTOMETRIC_MINISWHITE, _MINISBLACK, _RGB or _SEPARATED
     uint16_t inkSet = 0;        // 0 when not given
     uint16_t compression = 1;   // COMPRESSION_NONE
     uint16_t predictor = 0;     // 0 when not given

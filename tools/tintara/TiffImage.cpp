@@ -144,10 +144,10 @@ Image ReadTiff(const std::string& path, uint64_t maxImageBytes) {
     if (image.bits != 8 && image.bits != 16)
         throw fail(std::to_string(image.bits) + " bits per sample; 8 and 16 are supported");
     if (format != SAMPLEFORMAT_UINT) throw fail("samples are not unsigned integers");
-    if (image.photometric != PHOTOMETRIC_MINISBLACK && image.photometric != PHOTOMETRIC_RGB &&
-        image.photometric != PHOTOMETRIC_SEPARATED)
+    if (image.photometric != PHOTOMETRIC_MINISBLACK && image.photometric != PHOTOMETRIC_MINISWHITE &&
+        image.photometric != PHOTOMETRIC_RGB && image.photometric != PHOTOMETRIC_SEPARATED)
         throw fail("photometric interpretation " + std::to_string(image.photometric) +
-                   " is not supported (gray with black zero, RGB, or separated inks)");
+                   " is not supported (gray, RGB, or separated inks)");
     uint16_t extraCount = 0;
     uint16_t* extraKinds = nullptr;
     if (TIFFGetField(t, TIFFTAG_EXTRASAMPLES, &extraCount, &extraKinds) && extraCount > 0) {
