@@ -100,13 +100,13 @@ TKCxFElement TKCxFMakeSpotInk(const TKColorChart& chart, const std::vector<TKStr
         TKString background;
         double tint = 0;
         if (!TKSpotInkSample(chart, i, background, tint)) continue;
-        const auto at = std::find(backgrounds.begin(), backgrounds.end(), background);
-        if (at == backgrounds.end()) {
+        const size_t set = size_t(std::find(backgrounds.begin(), backgrounds.end(), background) - backgrounds.begin());
+        if (set == backgrounds.size()) {
             backgrounds.push_back(background);
             sets.push_back(block.AddChild("sic:MeasurementSet"));
             sets.back().AddChild("sic:Background", background);
         }
-        TKCxFElement measurement = sets[size_t(at - backgrounds.begin())].AddChild("sic:Measurement");
+        TKCxFElement measurement = sets[set].AddChild("sic:Measurement");
         measurement.AddChild("sic:TintLevel", TKCxFNumber(tint));
         measurement.AddChild("sic:ObjectRef").SetAttribute("ObjectId", objectIDs[size_t(i)]);
     }

@@ -574,6 +574,28 @@ TEST_F(Host, ChartConvertWritesChosenTypesAndFields) {
     }
 }
 
+TEST_F(Host, ChartConvertsBetweenCGATSAndCxF3) {
+    const std::string fogra = kData + "/../charts/FOGRA39L.ti3", spot = kData + "/../charts/SpotInkWarmRed.cxf";
+    // By the name of the output, by option, and back: the CGATS text comes back unchanged.
+    ASSERT_EQ(Run("chart convert '" + fogra + "' '" + Path("fogra.cxf") + "'").code, 0);
+    ASSERT_EQ(Run("chart convert '" + fogra + "' '" + Path("fogra.xml") + "' --cxf").code, 0);
+    EXPECT_EQ(Slurp(Path("fogra.cxf")).rfind("<?xml", 0), 0u);
+    ASSERT_EQ(Run("chart convert '" + Path("fogra.xml") + "' '" + Path("fogra.ti3") + "'").code, 0);
+    ASSERT_EQ(Run("chart convert '" + fogra + "' '" + Path("direct.ti3") + "'").code, 0);
+    EXPECT_EQ(Slurp(Path("fogra.ti3")), Slurp(Path("direct.ti3")));
+    const Result info = Run("chart info '" + Path("fogra.cxf") + "'");
+    EXPECT_NE(info.out.find("fogra.cxf (CxF3)\ntable 1: CTI3, 1617 samples"), std::string::npos) << info.out;
+
+    const Result spotInfo = Run("chart info '" + spot + "'");
+    ASSERT_EQ(spotInfo.code, 0) << spotInfo.err;
+    for (const char* line : {"spot ink: Warm Red\n", "  on Black: 0 10 20 30 40 50 60 70 80 90 100 %\n", " 100%=86.4\n"})
+        EXPECT_NE(spotInfo.out.find(line), std::string::npos) << line << "\n" << spotInfo.out;
+    ASSERT_EQ(Run("chart convert '" + spot + "' '" + Path("spot.txt") + "' --cgats").code, 0);
+    ASSERT_EQ(Run("chart convert '" + Path("spot.txt") + "' '" + Path("spot.cxf") + "'").code, 0);
+    EXPECT_NE(Slurp(Path("spot.cxf")).find("<sic:TintLevel>30.00</sic:TintLevel>"), std::string::npos);
+    EXPECT_EQ(Run("chart convert '" + spot + "' '" + Path("x.cxf") + "' --csc --cxf").code, 2);
+}
+
 // ---- Merge links of device-link profiles ----
 
 #if TINTARA_HOST_PROFILES
