@@ -182,6 +182,11 @@ typedef struct TKVectorDataSet { uint32_t colorType; TKVectorDataSetProc callbac
  *   "WhiteBase"       CIE trafos (connection-space conversions) only, else 45: the measured white,
  *                     a spectrum or a colour ("XYZ 96.4 100 82.5"); empty: a 5000 K light.
  *   "Observer"        CIE trafos only, else 45: "2" or "10" (degrees); empty: 2.
+ *   "Smoothing"       linearization handles only, else 45: smoothing of the curves the next
+ *                     calculation makes, a number; negative or empty: none.
+ *   "DifferenceMethod" linearization handles only, else 45: the colour difference that measures
+ *                     tone in the next calculation, a number or a name ("dE76", "dE00", ...);
+ *                     empty: "dE76".
  *   Malformed values give 3 and leave the trafo as it was.
  * TKNewExceptionTrafoRef: a new trafo that runs `ref` and keeps defined colours pure; `ref`'s
  * handle stays valid and must still be freed. `mode` is a sum of flags: PureBlack 1,
