@@ -286,12 +286,6 @@ TEST(LinkFile, RandomCorruptionNeverCrashes) {
     EXPECT_GT(loaded, 0);
 }
 
-TEST(LinkFile, WritingAnEmptyLinkIsRefused) {
-    TKRefPtr<TKLinkGenericTrafo> link = TKMakeRef<TKLinkGenericTrafo>();
-    TKBuffer buffer;
-    EXPECT_TKERROR(link->SaveStream(buffer), PtrInvalid);
-}
-
 }  // namespace
 
 namespace {
