@@ -2,28 +2,10 @@
 #include <cstring>
 
 #include "charts/TKColorChart.h"
+#include "charts/TKCxFMirror.h"
+#include "charts/TKCxFReader.h"
 #include "charts/TKIT8Reader.h"
 #include "io/TKFile.h"
-
-namespace {
-
-// The name of the root element of an XML text, or empty.
-TKString XMLRoot(const char* text, size_t length) {
-    const char* end = text + length;
-    const char* p = text;
-    while (p < end) {
-        p = static_cast<const char*>(std::memchr(p, '<', size_t(end - p)));
-        if (!p || p + 1 >= end) return TKString();
-        ++p;
-        if (*p == '?' || *p == '!') continue;  // the declaration, comments, a document type
-        const char* start = p;
-        while (p < end && *p != '>' && *p != '/' && *p != ' ' && *p != '\t' && *p != '\r' && *p != '\n') ++p;
-        return TKString(start, int32_t(p - start));
-    }
-    return TKString();
-}
-
-}  // namespace
 
 void TKColorChart::ReadText(const TKString& text, const char* name) {
     const char* bytes = text.CString();
@@ -34,9 +16,19 @@ void TKColorChart::ReadText(const TKString& text, const char* name) {
     }
     size_t skip = 0;
     while (skip < length && (bytes[skip] == ' ' || bytes[skip] == '\t' || bytes[skip] == '\r' || bytes[skip] == '\n')) ++skip;
-    if (length - skip >= 5 && !std::memcmp(bytes + skip, "<?xml", 5)) {
-        const TKString root = XMLRoot(bytes + skip, length - skip);
-        if (root == "cc:CxF" || root == "CxF" || root == "iso28178")
+    // XML, with or without its declaration: no CGATS text starts with "<".
+    if (skip < length && bytes[skip] == '<') {
+        if (TKCxFReader::IsCxF(bytes + skip, length - skip)) {
+            TKCxFReader reader(*this);
+            const TKString xml(bytes, int32_t(length));
+            if (name && *name)
+                reader.ReadFileText(xml, name);
+            else
+                reader.ReadData(xml);
+            return;
+        }
+        const TKString root = TKXMLRootName(bytes + skip, length - skip);
+        if (root == "iso28178")
             TKThrowMsg(FeatureMissing, TKString::Format("The XML chart \"%s\" (%s) is not read by this version", name, root.CString()));
         TKThrowMsg(FormatErr, TKString::Format("The file \"%s\" is not a valid CGATS XML file!", name));
     }

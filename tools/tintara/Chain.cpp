@@ -4,8 +4,14 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <algorithm>
 #include <cstring>
+#include <fstream>
 #include <memory>
+
+#include "LinkBake.h"
+#include "LinkFile.h"
+#include "ProfileInfo.h"
 
 namespace host {
 
@@ -22,6 +28,51 @@ uint32_t PcsType(const std::string& text, const std::string& option) {
     if (text == "lab" || text == "Lab") return kLab;
     if (text == "xyz" || text == "XYZ") return kXYZ;
     throw UsageError("option " + option + " takes lab or xyz, not '" + text + "'");
+}
+
+// The first bytes of a file: enough for an ICC header or a link file's magic.
+std::vector<uint8_t> FileHead(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::vector<uint8_t> head(128);
+    in.read(reinterpret_cast<char*>(head.data()), std::streamsize(head.size()));
+    head.resize(size_t(in.gcount()));
+    return head;
+}
+
+uint32_t BigEndian32(const std::vector<uint8_t>& bytes, size_t at) {
+    return bytes.size() < at + 4 ? 0
+                                 : uint32_t(bytes[at]) << 24 | uint32_t(bytes[at + 1]) << 16 |
+                                       uint32_t(bytes[at + 2]) << 8 | bytes[at + 3];
+}
+
+// The grid bits that hold the A2B0 table of a device-link profile on its own nodes: the
+// smallest 2^bits + 1 at or above its grid points (the largest axis of an 'mAB ' table). The
+// host's default when the table is of another kind.
+int32_t GridBitsOfDeviceLink(const std::vector<uint8_t>& profile) {
+    const TagPlace table = FindTag(profile, SignatureFrom("A2B0"));
+    uint32_t points = 0;
+    const uint32_t type = table.size >= 12 ? BigEndian32(profile, size_t(table.offset)) : 0;
+    if ((type == SignatureFrom("mft1") || type == SignatureFrom("mft2")) && table.size > 10) {
+        points = profile[size_t(table.offset) + 10];
+    } else if (type == SignatureFrom("mAB ") && table.size >= 32) {
+        const uint64_t clut = BigEndian32(profile, size_t(table.offset) + 24);
+        const uint32_t inputs = profile[size_t(table.offset) + 8];
+        for (uint32_t c = 0; clut && c < inputs && c < 16 && clut + c < table.size; ++c)
+            points = std::max<uint32_t>(points, profile[size_t(table.offset + clut + c)]);
+    }
+    if (points < 2) return kHostDefaultGrid;
+    int32_t bits = 1;
+    while (bits < 6 && (1u << bits) + 1 < points) ++bits;
+    return bits;
+}
+
+// The intent a member asks for, with black point compensation when the chain wants it; the
+// header's intent is looked up first, as compensation needs to know which intent it is.
+int32_t MemberIntent(const ChainOptions& chain, const ChainOptions::Member& member) {
+    if (!chain.bpc) return member.intent;
+    int32_t intent = member.intent;
+    if (intent == 20) intent = int32_t(BigEndian32(FileHead(member.path), 64));
+    return WithBlackPointCompensation(intent);
 }
 
 #if TINTARA_HOST_PROFILES
@@ -51,8 +102,20 @@ bool HaveProfiles() { return TINTARA_HOST_PROFILES != 0; }
 
 const char* ChainUsage() {
     return TINTARA_HOST_PROFILES
-               ? "  -i, --intent INTENT  intent of the profiles that follow: perceptual, relative, saturation,\n"
-                 "                       absolute, header, or 0-3, 20-25 (default perceptual)\n"
+               ? "  -i, --intent INTENT  intent of the profiles that follow (default perceptual):\n"
+                 "        perceptual, p, 0      the profile's perceptual tables: pleasing, the gamut compressed\n"
+                 "        relative, r, 1        colorimetric, the media white mapped to the destination white\n"
+                 "        saturation, s, 2      the profile's saturation tables: vivid business graphics\n"
+                 "        absolute, a, 3        colorimetric, the paper colour kept (for proofs)\n"
+                 "        perceptual-bpc, 9     perceptual with black point compensation\n"
+                 "        relative-bpc, 10      relative with black point compensation: the source black\n"
+                 "                              scaled onto the destination black, shadows kept open\n"
+                 "        header, 20            the intent the profile's header names\n"
+                 "        custom1, 21           between relative and absolute: the white moved half the way\n"
+                 "                              (mode and factor from CustomIntent0/ in TKGlobalData.txt)\n"
+                 "        custom2-custom5       22-25: as set under CustomIntent1/ to CustomIntent4/\n"
+                 "        11-19, 26-30          the library's further intents, by number or by name\n"
+                 "                              (RelativeCompression, MinimumCompression, ...)\n"
                  "  -p, --profile FILE   an ICC profile of the chain (up to ten, in order)\n"
                  "  -l, --link FILE      a saved device link instead of profiles\n"
                  "  -m, --merge FILE     a device-link profile of a merge link for spot colours: the\n"
@@ -60,6 +123,8 @@ const char* ChainUsage() {
                  "                       extra channels (CMYK + a spot to CMYK); repeat in channel order\n"
                  "      --from lab|xyz   start in the connection space of the one profile\n"
                  "      --to lab|xyz     end in the connection space of the one profile\n"
+                 "  -b, --bpc            black point compensation on every profile (perceptual and\n"
+                 "                       relative intents: the same as perceptual-bpc, relative-bpc)\n"
                  "      --refine         refine each table into device values by searching the ink\n"
                  "                       whose colour its forward table meets (slower, more exact)\n"
                : "  -l, --link FILE      a saved device link\n"
@@ -89,6 +154,9 @@ bool ChainOptions::Take(Args& args) {
     } else if (word == "--refine") {
         args.Take();
         refine = true;
+    } else if (word == "-b" || word == "--bpc") {
+        args.Take();
+        bpc = true;
     } else if (word == "--from") {
         args.Take();
         pcsIn = PcsType(args.Value(word), word);
@@ -101,8 +169,36 @@ bool ChainOptions::Take(Args& args) {
     return true;
 }
 
+bool IsDeviceLinkProfile(const std::string& path) {
+    const std::vector<uint8_t> head = FileHead(path);
+    return KindOfLinkFile(head) == LinkFileKind::IccProfile && BigEndian32(head, 12) == SignatureFrom("link");
+}
+
+std::string ChainOptions::DestinationProfile() const {
+    if (profiles.empty() || IsDeviceLinkProfile(profiles.back().path)) return std::string();
+    return profiles.back().path;
+}
+
 Ref LoadLink(const std::string& path) {
     RequireReadable(path);
+    const std::vector<uint8_t> head = FileHead(path);
+    const LinkFileKind kind = KindOfLinkFile(head);
+    if (kind == LinkFileKind::Unknown)
+        throw Failure("cannot read link " + path + ": neither a link file nor an ICC device-link profile");
+    if (kind == LinkFileKind::IccProfile) {
+        const uint32_t deviceClass = BigEndian32(head, 12);
+        if (deviceClass != SignatureFrom("link"))
+            throw Failure("cannot read link " + path + ": an ICC profile of class '" + SignatureText(deviceClass) +
+                          "', not a device link (give it with -p)");
+        if (!HaveProfiles()) throw Failure("cannot read link " + path + ": this build of the library reads no ICC profiles");
+        FileSpec spec(path);
+        TKFileSpec* specs[] = {spec.get()};
+        const int32_t intents[] = {0};
+        Ref trafo;
+        Check(TKConcatICCProfiles(trafo.out(), 1, specs, intents), "reading device link " + path);
+        double seconds = 0;
+        return BakeLink(trafo.get(), GridBitsOfDeviceLink(ReadFileBytes(path)), seconds);
+    }
     Ref link(TKNewTKLink16Ref());
     if (!link.get()) throw Failure("cannot create a link object");
     FileSpec spec(path);
@@ -143,7 +239,9 @@ Ref BuildTrafo(const ChainOptions& chain) {
 #if TINTARA_HOST_PROFILES
     if (chain.pcsIn) {
         if (chain.pcsOut) throw UsageError("--from and --to together make no trafo");
-        return FromConnectionSpace(chain.profiles.front(), chain.refine);
+        ChainOptions::Member member = chain.profiles.front();
+        member.intent = MemberIntent(chain, member);
+        return FromConnectionSpace(member, chain.refine);
     }
     std::vector<std::unique_ptr<FileSpec>> specs;
     std::vector<TKFileSpec*> pointers;
@@ -152,7 +250,7 @@ Ref BuildTrafo(const ChainOptions& chain) {
     for (const auto& member : chain.profiles) {
         specs.push_back(std::make_unique<FileSpec>(member.path));
         pointers.push_back(specs.back()->get());
-        intents.push_back(member.intent | (chain.refine ? kRefineIntentBit : 0));
+        intents.push_back(MemberIntent(chain, member) | (chain.refine ? kRefineIntentBit : 0));
         names += (names.empty() ? "" : " -> ") + member.path;
     }
     Ref trafo;

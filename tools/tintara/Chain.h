@@ -21,12 +21,14 @@ struct ChainOptions {
     uint32_t pcsOut = 0;     // 'Lab ' or 'XYZ ': end in the connection space
     int32_t intent = 0;      // the intent of the next profile
     bool refine = false;     // refine the tables from the connection space by inverse search
+    bool bpc = false;        // black point compensation on every profile of the chain
 
     // Takes the option at the front of `args` if it is a chain option; false otherwise.
     bool Take(Args& args);
     bool Empty() const { return profiles.empty() && link.empty() && merge.empty(); }
-    // The last profile of the chain: what the result is in, for embedding.
-    std::string DestinationProfile() const { return profiles.empty() ? std::string() : profiles.back().path; }
+    // The last profile of the chain: what the result is in, for embedding. Empty when the chain
+    // ends in a device link, which describes no colour space of its own.
+    std::string DestinationProfile() const;
 };
 
 // Whether this build of the library has the profile functions.
@@ -43,7 +45,11 @@ Ref BuildTrafo(const ChainOptions& chain);
 // with 2^gridBits + 1 points (0: the library's choice). Ready for the match functions.
 Ref BuildMergeLink(const ChainOptions& chain, int32_t gridBits);
 
-// Loads a saved link file.
+// Loads a saved link: a link file, or an ICC device-link profile (told apart by content),
+// which is baked into a link on the grid of its own table.
 Ref LoadLink(const std::string& path);
+
+// True when the file is an ICC profile of the device-link class.
+bool IsDeviceLinkProfile(const std::string& path);
 
 }  // namespace host

@@ -1,8 +1,12 @@
 // tintara link: bakes a device link from a profile chain (or re-grids a saved link) and saves it.
+#include <algorithm>
+#include <cctype>
 #include <cstdio>
+#include <fstream>
 
 #include "Chain.h"
 #include "Commands.h"
+#include "IccLinkWriter.h"
 #include "LinkBake.h"
 #include "PureColours.h"
 
@@ -11,9 +15,12 @@ namespace host {
 namespace {
 
 const char* const kUsage =
-    "usage: tintara link [CHAIN] [-g BITS] -o OUT.lnk\n"
-    "Bakes the chain into a 16-bit device link and saves it. A saved link given with --link is\n"
-    "baked again, for instance onto another grid. Device-link profiles given with -m build a merge\n"
+    "usage: tintara link [CHAIN] [-g BITS] -o OUT.lnk|OUT.icc\n"
+    "Bakes the chain into a 16-bit device link and saves it: as a link file, or, when the name ends\n"
+    "in .icc or .icm, as an ICC device-link profile (version 2.4, class 'link', a 16-bit table with\n"
+    "the link's curves and grid, the profile sequence in 'pseq' and the settings in its description)\n"
+    "that other colour engines apply. A saved link of either form given with --link is baked\n"
+    "again, for instance onto another grid. Device-link profiles given with -m build a merge\n"
     "link for spot colours instead: it is checked and described, and 'tintara apply' takes the\n"
     "same -m options (a merge link has no file form of its own).\n\noptions:\n";
 
@@ -28,6 +35,66 @@ int DescribeMergeLink(const ChainOptions& chain, int32_t gridBits) {
     return 0;
 }
 
+bool NamesIccProfile(const std::string& path) {
+    if (path.size() < 4) return false;
+    std::string extension = path.substr(path.size() - 4);
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return char(std::tolower(c)); });
+    return extension == ".icc" || extension == ".icm";
+}
+
+std::string BaseName(const std::string& path) {
+    const size_t slash = path.find_last_of('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
+}
+
+const char* IntentText(int32_t intent) {
+    switch (intent) {
+    case 0: return "perceptual";
+    case 1: return "relative";
+    case 2: return "saturation";
+    case 3: return "absolute";
+    case kPerceptualBpc: return "perceptual-bpc";
+    case kRelativeBpc: return "relative-bpc";
+    case 20: return "header";
+    default: return "intent";
+    }
+}
+
+// What the ICC form records of how the link was made: the chain, intents, grid and options in
+// its description, and the profiles in its sequence.
+IccLinkInfo Provenance(const ChainOptions& chain, const PureOptions& pure, const LinkShape& shape) {
+    IccLinkInfo info;
+    std::string text = "tintara link: ";
+    if (!chain.link.empty()) text += "from link " + BaseName(chain.link);
+    for (size_t i = 0; i < chain.profiles.size(); ++i) {
+        const auto& member = chain.profiles[i];
+        text += (i ? " -> " : "") + BaseName(member.path) + " (" + IntentText(member.intent) +
+                (member.intent >= 4 && member.intent != 9 && member.intent != 10 && member.intent != 20
+                     ? " " + std::to_string(member.intent)
+                     : "") +
+                ")";
+        info.sequence.push_back(SequenceMemberOf(ReadFileBytes(member.path)));
+    }
+    if (!chain.profiles.empty()) {
+        const int32_t first = chain.profiles.front().intent;
+        info.intent = uint32_t(first == kPerceptualBpc ? 0 : first == kRelativeBpc ? 1 : first < 4 ? first : 0);
+    }
+    if (chain.bpc) text += ", black point compensation";
+    if (chain.refine) text += ", refined";
+    text += ", grid " + std::to_string(shape.gridPoints);
+    if (pure.Any()) text += ", " + pure.Describe();
+    info.description = text;
+    return info;
+}
+
+void WriteFileBytes(const std::string& path, const std::vector<uint8_t>& bytes) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
+    out.close();
+    if (!out) throw Failure("cannot write " + path);
+}
+
 }  // namespace
 
 int RunLink(Args& args) {
@@ -37,9 +104,11 @@ int RunLink(Args& args) {
     std::string output;
     while (!args.Done()) {
         if (WantsHelp(args, kUsage)) {
-            std::printf("%s  -g, --grid BITS      2^BITS + 1 grid points per axis, 1-6 (default: chosen by\n"
-                        "                       the library from the channel count)\n"
-                        "  -o, --output FILE    the link file to write\n%s",
+            std::printf("%s  -g, --grid BITS      2^BITS + 1 grid points per axis, 1-6 (default: 17 points\n"
+                        "                       for four source channels, else the library's choice by the\n"
+                        "                       channel count; a saved link keeps its grid)\n"
+                        "  -o, --output FILE    the link to write: a name ending in .icc or .icm gets an ICC\n"
+                        "                       device-link profile, any other a link file\n%s",
                         ChainUsage(), PureUsage());
             return 0;
         }
@@ -58,16 +127,22 @@ int RunLink(Args& args) {
     if (chain.pcsIn || chain.pcsOut) throw UsageError("a link runs from device to device; --from and --to do not apply");
     Ref trafo = pure.Apply(BuildTrafo(chain));
     double seconds = 0;
-    Ref link = BakeLink(trafo.get(), gridBits, seconds);
+    // A saved link baked again keeps its own grid unless another is asked for.
+    Ref link = BakeLink(trafo.get(), gridBits == 0 && !chain.link.empty() ? kLibraryGrid : gridBits, seconds);
 
     // A link may compute its nodes on first use; the time up to the saved file counts them all.
     const auto saveStart = std::chrono::steady_clock::now();
+    const LinkShape shape = ShapeOf(link.get());
     OutputFile file(output);
-    FileSpec spec(file.TempPath());
-    Check(TKSaveLink16(link.get(), spec.get()), "writing link " + output);
+    if (NamesIccProfile(output)) {
+        const NativeLink tables = ParseNativeLink(SavedLinkBytes(link.get()), "in memory");
+        WriteFileBytes(file.TempPath(), MakeIccDeviceLink(tables, Provenance(chain, pure, shape)));
+    } else {
+        FileSpec spec(file.TempPath());
+        Check(TKSaveLink16(link.get(), spec.get()), "writing link " + output);
+    }
     file.Commit();
     seconds += SecondsSince(saveStart);
-    const LinkShape shape = ShapeOf(link.get());
     std::printf("link %s (%d) -> %s (%d), grid %s, baked and saved in %.2f s, written to %s\n",
                 SignatureText(TKGetTrafoSrcType(link.get())).c_str(), shape.srcDim,
                 SignatureText(TKGetTrafoDstType(link.get())).c_str(), shape.dstDim, shape.Text().c_str(), seconds,

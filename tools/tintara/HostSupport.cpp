@@ -57,19 +57,55 @@ uint32_t SignatureFrom(const std::string& text) {
     return signature;
 }
 
-int32_t ParseIntent(const std::string& text) {
+namespace {
+
+std::string Lower(const std::string& text) {
     std::string lower = text;
     std::transform(lower.begin(), lower.end(), lower.begin(), [](unsigned char c) { return char(std::tolower(c)); });
+    return lower;
+}
+
+// The library's intent names by code, for the codes beyond the four of ICC.
+struct IntentName {
+    int32_t code;
+    const char* name;
+};
+const IntentName kLibraryIntents[] = {
+    {9, "BlackCompensationPerceptual"}, {10, "BlackCompensation"}, {11, "AbsolutePerceptual"},
+    {12, "AbsLightenerCompensation"}, {13, "GamutCompression"}, {14, "PerceptualCompression"},
+    {15, "RelativeCompression"}, {16, "AbsoluteCompression"}, {17, "TKRelative"}, {18, "TKAbsolute"},
+    {19, "RelativeLightness"}, {21, "CustomRendering1"}, {22, "CustomRendering2"}, {23, "CustomRendering3"},
+    {24, "CustomRendering4"}, {25, "CustomRendering5"}, {26, "MinimumBlackCompression"},
+    {27, "MinimumWhiteCompression"}, {28, "MinimumCompression"}, {29, "XYZ Scaling"}, {30, "TKTestCompression"}};
+
+}  // namespace
+
+int32_t ParseIntent(const std::string& text) {
+    const std::string lower = Lower(text);
     if (lower == "p" || lower == "perceptual") return 0;
     if (lower == "r" || lower == "relative" || lower == "relative-colorimetric") return 1;
     if (lower == "s" || lower == "saturation") return 2;
     if (lower == "a" || lower == "absolute" || lower == "absolute-colorimetric") return 3;
+    if (lower == "perceptual-bpc") return kPerceptualBpc;
+    if (lower == "relative-bpc") return kRelativeBpc;
     if (lower == "header") return 20;
+    if (lower.size() == 7 && lower.compare(0, 6, "custom") == 0 && lower[6] >= '1' && lower[6] <= '5')
+        return 20 + (lower[6] - '0');
+    for (const IntentName& intent : kLibraryIntents)
+        if (lower == Lower(intent.name)) return intent.code;
     char* end = nullptr;
     const long number = std::strtol(text.c_str(), &end, 10);
-    if (!text.empty() && *end == '\0' && ((number >= 0 && number <= 3) || (number >= 20 && number <= 25)))
+    if (!text.empty() && *end == '\0' && ((number >= 0 && number <= 3) || (number >= 9 && number <= 30)))
         return int32_t(number);
-    throw UsageError("unknown rendering intent '" + text + "' (perceptual, relative, saturation, absolute, header, 0-3, 20-25)");
+    throw UsageError("unknown rendering intent '" + text +
+                     "' (see --help: perceptual, relative, saturation, absolute, perceptual-bpc, relative-bpc, "
+                     "header, custom1-5, or 0-3, 9-30)");
+}
+
+int32_t WithBlackPointCompensation(int32_t intent) {
+    if (intent == 0 || intent == kPerceptualBpc) return kPerceptualBpc;
+    if (intent == 1 || intent == kRelativeBpc) return kRelativeBpc;
+    throw UsageError("black point compensation (-b) goes with the perceptual and relative intents only");
 }
 
 FileSpec::FileSpec(const std::string& path) : spec_(TKNewFileSpecRef()) {

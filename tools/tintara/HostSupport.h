@@ -39,8 +39,14 @@ constexpr uint32_t kLab = 0x4C616220;  // 'Lab '
 constexpr uint32_t kXYZ = 0x58595A20;  // 'XYZ '
 
 // Rendering intent from a name or a number: "perceptual"/"p"/0, "relative"/"r"/1,
-// "saturation"/"s"/2, "absolute"/"a"/3, "header" (20), or 21 to 25 for custom intents.
+// "saturation"/"s"/2, "absolute"/"a"/3, "perceptual-bpc" (9) and "relative-bpc" (10) with black
+// point compensation, "header" (20), "custom1" to "custom5" (21 to 25), and the library's other
+// intents 11-19 and 26-30 by number or by their names ("RelativeCompression", ...).
 int32_t ParseIntent(const std::string& text);
+constexpr int32_t kPerceptualBpc = 9, kRelativeBpc = 10;
+
+// The black-point-compensated form of a perceptual or relative intent; a UsageError otherwise.
+int32_t WithBlackPointCompensation(int32_t intent);
 
 // A file spec owned by the host.
 class FileSpec {

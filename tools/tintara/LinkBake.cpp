@@ -15,6 +15,23 @@ std::string LinkShape::Text() const {
            " nodes of " + std::to_string(dstDim) + " channels";
 }
 
+namespace {
+
+// The library's default grid for four source channels has 11 points, which loses more colour
+// than other engines' precalculated transforms: FOGRA39 -> FOGRA29 relative, 20000 random 16-bit
+// CMYK, CIEDE2000 against the chain in doubles, mean / max: 11 points 0.219 / 2.54, 17 points
+// 0.086 / 1.41, 33 points 0.027 / 0.72 (but ten times the baking time), Little CMS 2.14
+// precalculated 0.132 / 1.45. Other channel counts keep the library's rule.
+constexpr int32_t kFourChannelGridBits = 4;
+
+int32_t GridBitsFor(TKTrafoRef trafo, int32_t gridBits) {
+    if (gridBits == kLibraryGrid) return 0;
+    if (gridBits != kHostDefaultGrid) return gridBits;
+    return TKGetTrafoSrcDim(trafo) == 4 ? kFourChannelGridBits : 0;
+}
+
+}  // namespace
+
 Ref BakeLink(TKTrafoRef trafo, int32_t gridBits, double& seconds) {
     Ref link(TKNewTKLink16Ref());
     if (!link.get()) throw Failure("cannot create a link object");
@@ -28,7 +45,7 @@ Ref BakeLink(TKTrafoRef trafo, int32_t gridBits, double& seconds) {
         }
     });
     const auto start = std::chrono::steady_clock::now();
-    const int32_t code = TKColorTrafo2Link16(link.get(), trafo, gridBits);
+    const int32_t code = TKColorTrafo2Link16(link.get(), trafo, GridBitsFor(trafo, gridBits));
     seconds = SecondsSince(start);
     done = true;
     ticker.join();
@@ -37,13 +54,18 @@ Ref BakeLink(TKTrafoRef trafo, int32_t gridBits, double& seconds) {
     return link;
 }
 
-LinkShape ShapeOf(TKLinkRef link) {
-    // The saved form begins "BEGT" "BNGL", then grid points, source and destination channels,
-    // little-endian 32-bit.
+std::vector<uint8_t> SavedLinkBytes(TKLinkRef link) {
     uint32_t length = 0;
     Check(TKSaveLink16ToMemory(link, nullptr, 0, &length), "measuring the link");
     std::vector<uint8_t> bytes(length);
     Check(TKSaveLink16ToMemory(link, bytes.data(), length, &length), "saving the link to memory");
+    return bytes;
+}
+
+LinkShape ShapeOf(TKLinkRef link) {
+    // The saved form begins "BEGT" "BNGL", then grid points, source and destination channels,
+    // little-endian 32-bit.
+    const std::vector<uint8_t> bytes = SavedLinkBytes(link);
     LinkShape shape;
     if (bytes.size() < 20 || std::memcmp(bytes.data(), "BEGTBNGL", 8) != 0)
         throw Failure("the saved link has an unexpected form");

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "HostSupport.h"
 
@@ -13,10 +14,17 @@ struct LinkShape {
     std::string Text() const;  // "33^3 = 35937 nodes"
 };
 
-// A new link computed from `trafo` with 2^gridBits + 1 points per axis (0: the link's default).
+// Grid choices besides 2^bits + 1 points: the host's default for the channel count, and the
+// library's own rule (which lines the grid up with a table inside the trafo).
+constexpr int32_t kHostDefaultGrid = 0, kLibraryGrid = -1;
+
+// A new link computed from `trafo` with 2^gridBits + 1 points per axis, or one of the choices above.
 Ref BakeLink(TKTrafoRef trafo, int32_t gridBits, double& seconds);
 
 // The grid of a ready link, read from its saved form.
 LinkShape ShapeOf(TKLinkRef link);
+
+// The link file of a ready link, as the library saves it.
+std::vector<uint8_t> SavedLinkBytes(TKLinkRef link);
 
 }  // namespace host

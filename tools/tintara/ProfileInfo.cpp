@@ -50,7 +50,7 @@ const char* IntentName(uint32_t intent) {
 std::string Printable(const Bytes& b, uint64_t at, uint64_t count, bool utf16) {
     std::string text;
     const uint64_t step = utf16 ? 2 : 1;
-    for (uint64_t i = 0; i + step <= count && text.size() < 80; i += step) {
+    for (uint64_t i = 0; i + step <= count && text.size() < 200; i += step) {
         const uint32_t c = utf16 ? b.U16(at + i) : b.U8(at + i);
         if (c == 0) break;
         text += (c >= 32 && c < 127) ? char(c) : (c == '\n' || c == '\r' || c == '\t') ? ' ' : '?';
@@ -65,6 +65,43 @@ std::string Format(const char* format, ...) {
     va_start(args, format);
     std::vsnprintf(text, sizeof text, format, args);
     va_end(args);
+    return text;
+}
+
+// The profiles of a 'pseq' tag by their model descriptions (version 2 'desc' or version 4 'mluc').
+std::string SequenceSummary(const Bytes& b, uint64_t at, uint64_t size) {
+    const uint64_t count = b.U32(at + 8);
+    std::string text = Format("%" PRIu64 " profile%s", count, count == 1 ? "" : "s");
+    uint64_t p = at + 12;
+    const uint64_t end = at + size;
+    // Each description is a whole tag body: 'desc' with its three parts, or 'mluc' with its records.
+    auto descriptionSize = [&](uint64_t d) -> uint64_t {
+        if (d + 12 > end) return 0;
+        if (b.Sig(d) == "desc") {
+            const uint64_t ascii = b.U32(d + 8), unicodeAt = d + 12 + ascii;
+            if (unicodeAt + 8 > end) return 0;
+            const uint64_t total = 12 + ascii + 8 + 2 * uint64_t(b.U32(unicodeAt + 4)) + 3 + 67;
+            return d + total <= end ? total : 0;
+        }
+        if (b.Sig(d) == "mluc") {
+            const uint64_t records = b.U32(d + 8), recordSize = b.U32(d + 12);
+            uint64_t total = 16 + records * recordSize;
+            for (uint64_t r = 0; r < records && recordSize >= 12; ++r)
+                total = std::max<uint64_t>(total, uint64_t(b.U32(d + 16 + r * recordSize + 4)) + b.U32(d + 20 + r * recordSize + 4));
+            return d + total <= end ? total : 0;
+        }
+        return 0;
+    };
+    for (uint64_t i = 0; i < count; ++i) {
+        const uint64_t maker = p + 20, makerSize = descriptionSize(maker);
+        if (!makerSize) return text + " (entries run past the tag)";
+        const uint64_t model = maker + makerSize, modelSize = descriptionSize(model);
+        if (!modelSize) return text + " (entries run past the tag)";
+        const std::string name = b.Sig(model) == "desc" ? Printable(b, model + 12, b.U32(model + 8), false)
+                                                        : Printable(b, model + b.U32(model + 24), b.U32(model + 20), true);
+        text += (i ? "; " : ": ") + (name.empty() ? std::string("(no description)") : name);
+        p = model + modelSize;
+    }
     return text;
 }
 
@@ -120,6 +157,7 @@ std::string Summary(const Bytes& b, uint64_t at, uint64_t size) {
         }
         return text + (parts.empty() ? "" : " (" + parts + ")");
     }
+    if (type == "pseq" && need(12)) return SequenceSummary(b, at, size);
     if (type == "sig " && need(12)) return "'" + b.Sig(at + 8) + "'";
     if (type == "dtim" && need(20))
         return Format("%04u-%02u-%02u %02u:%02u:%02u", b.U16(at + 8), b.U16(at + 10), b.U16(at + 12), b.U16(at + 14),
@@ -146,7 +184,36 @@ std::string Summary(const Bytes& b, uint64_t at, uint64_t size) {
 
 }  // namespace
 
-void PrintProfileInfo(const std::string& path, const std::vector<uint8_t>& data) {
+TagPlace FindTag(const std::vector<uint8_t>& data, uint32_t signature) {
+    const Bytes b{data};
+    if (data.size() < 132) return {};
+    const uint64_t count = b.U32(128);
+    for (uint64_t i = 0; i < count && b.Has(132 + i * 12, 12); ++i) {
+        const uint64_t entry = 132 + i * 12;
+        if (b.U32(entry) != signature) continue;
+        const uint64_t offset = b.U32(entry + 4), size = b.U32(entry + 8);
+        if (size < 8 || !b.Has(offset, size)) return {};
+        return {offset, size};
+    }
+    return {};
+}
+
+std::string ProfileTagText(const std::vector<uint8_t>& data, uint32_t signature) {
+    const Bytes b{data};
+    const TagPlace tag = FindTag(data, signature);
+    if (!tag.size) return "";
+    const std::string type = b.Sig(tag.offset);
+    if (type == "desc" && tag.size >= 12)
+        return Printable(b, tag.offset + 12, std::min<uint64_t>(b.U32(tag.offset + 8), tag.size - 12), false);
+    if (type == "text") return Printable(b, tag.offset + 8, tag.size - 8, false);
+    if (type == "mluc" && tag.size >= 28) {
+        const uint64_t length = b.U32(tag.offset + 20), offset = b.U32(tag.offset + 24);
+        if (offset <= tag.size && length <= tag.size - offset) return Printable(b, tag.offset + offset, length, true);
+    }
+    return "";
+}
+
+int PrintProfileInfo(const std::string& path, const std::vector<uint8_t>& data) {
     const Bytes b{data};
     if (data.size() < 132) throw Failure("cannot read " + path + ": " + std::to_string(data.size()) + " bytes are too few for an ICC profile");
     if (b.Sig(36) != "acsp") throw Failure("cannot read " + path + ": not an ICC profile (no 'acsp' signature)");
@@ -196,6 +263,7 @@ void PrintProfileInfo(const std::string& path, const std::vector<uint8_t>& data)
                     type.c_str(), offset, size, status.c_str(), summary.c_str());
     }
     if (bad) std::printf("\n  %d tag%s invalid\n", bad, bad == 1 ? " is" : "s are");
+    return bad;
 }
 
 }  // namespace host

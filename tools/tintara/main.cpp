@@ -21,22 +21,38 @@ struct Command {
     const char* name;
     int (*run)(host::Args&);
     const char* summary;
+    bool reportsOnly;  // stdout holds only reports and progress, which -q silences
 };
 
 const Command kCommands[] = {
-    {"info", host::RunInfo, "show the header, tag table and tags of an ICC profile"},
-    {"convert", host::RunConvert, "convert colour values through a profile chain or a link"},
-    {"link", host::RunLink, "build a device link from a profile chain and save it"},
-    {"apply", host::RunApply, "convert a TIFF image through a profile chain or a link"},
-    {"testimage", host::RunTestImage, "write a test image of gradients and colour patches"},
-    {"calibrate", host::RunCalibrate, "calibration curves from measured step wedges"},
-    {"chart", host::RunChart, "show or convert a measurement file (CGATS)"},
+    {"info", host::RunInfo, "describe an ICC profile or a saved link (exit 1 on invalid tags)", true},
+    {"convert", host::RunConvert, "convert colour values through a profile chain or a link", false},
+    {"link", host::RunLink, "build a device link and save it (.icc: an ICC device link)", true},
+    {"apply", host::RunApply, "convert a TIFF image through a profile chain or a link", true},
+    {"testimage", host::RunTestImage, "write a test image of gradients and colour patches", true},
+    {"calibrate", host::RunCalibrate, "calibration curves from measured step wedges", true},
+    {"chart", host::RunChart, "show or convert a measurement file (CGATS)", false},
 };
 
 void Usage(FILE* out) {
-    std::fprintf(out, "usage: tintara COMMAND [OPTIONS] ...\n\ncommands:\n");
+    std::fprintf(out, "usage: tintara COMMAND [OPTIONS] ...\n       tintara --version\n\ncommands:\n");
     for (const auto& command : kCommands) std::fprintf(out, "  %-10s %s\n", command.name, command.summary);
-    std::fprintf(out, "\n'tintara COMMAND --help' describes a command.\n");
+    std::fprintf(out, "\n'tintara COMMAND --help' describes a command. -q (--quiet) after the command\n"
+                      "silences the reports and progress of info, link, apply, testimage and calibrate;\n"
+                      "errors still go to stderr and the exit code tells the outcome:\n"
+                      "0 done, 1 failed, 2 a mistake on the command line.\n");
+}
+
+// Takes -q or --quiet out of the command's words; true when one was there.
+bool TakeQuiet(int& argc, char** argv) {
+    bool quiet = false;
+    int kept = 2;
+    for (int i = 2; i < argc; ++i) {
+        if (!std::strcmp(argv[i], "-q") || !std::strcmp(argv[i], "--quiet")) quiet = true;
+        else argv[kept++] = argv[i];
+    }
+    argc = kept;
+    return quiet;
 }
 
 }  // namespace
@@ -50,8 +66,21 @@ int main(int argc, char** argv) {
         Usage(stdout);
         return 0;
     }
+    if (!std::strcmp(argv[1], "--version") || !std::strcmp(argv[1], "-V")) {
+        std::printf("tintara %s\n", TINTARA_VERSION);
+        return 0;
+    }
     for (const auto& command : kCommands) {
         if (std::strcmp(argv[1], command.name) != 0) continue;
+        if (TakeQuiet(argc, argv)) {
+            if (!command.reportsOnly) {
+                std::fprintf(stderr, "tintara %s: -q does not apply: its output is the result (see 'tintara %s --help')\n",
+                             command.name, command.name);
+                return 2;
+            }
+            // The reports go to stdout; errors stay on stderr.
+            if (!std::freopen("/dev/null", "w", stdout)) return 1;
+        }
         try {
             host::Args args(argc, argv, 2);
             return command.run(args);

@@ -215,11 +215,11 @@ TEST_F(Host, InfoShowsHeaderAndTags) {
     EXPECT_NE(r.out.find("'B2A0' mft2      54436    53692  ok       3 in, 4 out, 17 grid points"), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("4 colorants: Cyan, Magenta, Yellow, Black"), std::string::npos);
 
-    // A cut profile: the tags that run past the end are marked, not read.
+    // A cut profile: the tags that run past the end are marked, not read, and the exit code says so.
     std::string cut = Slurp(kData + "/FOGRA39L.icc").substr(0, 60000);
     std::ofstream(Path("cut.icc"), std::ios::binary) << cut;
     const Result damaged = Run("info '" + Path("cut.icc") + "'");
-    EXPECT_EQ(damaged.code, 0);
+    EXPECT_EQ(damaged.code, 1);
     EXPECT_NE(damaged.out.find("invalid"), std::string::npos);
     std::ofstream(Path("junk.icc"), std::ios::binary) << std::string(500, 'x');
     const Result junk = Run("info '" + Path("junk.icc") + "'");
