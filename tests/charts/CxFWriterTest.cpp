@@ -123,6 +123,9 @@ TEST(CxFWriter, MemoryChartsAndTexts) {
     chart.SetName(1, "bell\x07");
     EXPECT_TKERROR(TKCxFWriter(chart).WriteData(), FormatErr);
     chart.SetName(1, "fine");
+    TKColorChart reserved(chart);
+    reserved.SetKeyword("TKFIELD", "a keyword named like the file's own tags");
+    EXPECT_TKERROR(TKCxFWriter(reserved).WriteData(), FormatErr);
     chart.AddTable(new TKColorChart(chart), true);
     chart.Table(0).SetIDs({});
     ExpectCxFRoundTrip(chart, "a chart with a further table");
