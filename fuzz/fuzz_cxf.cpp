@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "FuzzChartSupport.h"
 #include "charts/TKColorChart.h"
 #include "charts/TKCxFReader.h"
 #include "charts/TKCxFWriter.h"
@@ -27,17 +28,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         std::fprintf(stderr, "chart does not write: %s\n", error.message());
         std::abort();
     }
-    TKColorChart again;
-    try {
-        TKCxFReader(again).ReadData(written);
-    } catch (const TKError& error) {
-        std::fprintf(stderr, "written chart does not read: %s\n%s\n", error.message(), written.CString());
-        std::abort();
-    }
-    TKString difference;
-    if (!chart.SameContent(again, &difference)) {
-        std::fprintf(stderr, "round trip differs: %s\n%s\n", difference.CString(), written.CString());
-        std::abort();
-    }
+    fuzz::CheckReadsBack(chart, written, [](TKColorChart& again, const TKString& text) { TKCxFReader(again).ReadData(text); });
     return 0;
 }
