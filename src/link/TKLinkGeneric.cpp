@@ -90,11 +90,11 @@ void TKLinkGeneric::Init(int32_t srcDim, int32_t dstDim, int32_t grid, int32_t l
     fInput8Size = kInput8Size;
     fOutput8Size = fOutputCurveSize;
 
-    fInputCurves = NewTable<uint16_t>(uint64_t(srcDim) * fInputCurveSize);
-    fOutputCurves = NewTable<uint16_t>(uint64_t(dstDim) * fOutputCurveSize);
-    fNodes = NewTable<uint16_t>(nodeCount * uint64_t(dstDim));
-    fInput8 = NewTable<uint16_t>(uint64_t(srcDim) * fInput8Size);
-    fOutput8 = NewTable<uint8_t>(uint64_t(dstDim) * fOutput8Size);
+    fInputCurves = NewTable<uint16_t>(uint64_t(srcDim) * fInputCurveSize + kTablePadding);
+    fOutputCurves = NewTable<uint16_t>(uint64_t(dstDim) * fOutputCurveSize + kTablePadding);
+    fNodes = NewTable<uint16_t>(nodeCount * uint64_t(dstDim) + kTablePadding);
+    fInput8 = NewTable<uint16_t>(uint64_t(srcDim) * fInput8Size + kTablePadding);
+    fOutput8 = NewTable<uint8_t>(uint64_t(dstDim) * fOutput8Size + kTablePadding);
     if ((lazy & 3) == 1) {
         fNodeDoneBlock = NewTable<std::atomic<uint8_t>>(nodeCount);
         for (uint64_t i = 0; i < nodeCount; ++i) fNodeDoneBlock[i].store(0, std::memory_order_relaxed);

@@ -43,6 +43,9 @@ public:
     // No link table may exceed this many bytes; a file that asks for more is refused before any
     // allocation (a 6-channel grid of 17 with 8 outputs is 386 MB).
     static constexpr uint64_t kMaxNodeBytes = uint64_t(1) << 30;
+    // Every table has this many zero entries past its end, so that the wide kernels may read a
+    // whole 32- or 64-bit word at any entry without reading past the allocation.
+    static constexpr uint64_t kTablePadding = 8;
 
     TKLinkGeneric();
     TKLinkGeneric(const TKLinkGeneric& other);

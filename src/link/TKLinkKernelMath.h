@@ -1,8 +1,14 @@
 // TKLinkCellMath: the integer cell, fraction, weight-split and result arithmetic that every pixel
-// kernel of a link shares, so that no two kernels can round differently.
+// kernel of a link shares, so that no two kernels can round differently. The operations take
+// one pixel's words or a vector of lanes alike (TKLinkLanes.h): the same integers per lane.
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
+
+#include "link/TKLinkLanes.h"
+
+inline namespace TK_LINK_KERNEL_ISA {
 
 struct TKLinkCellMath {
     uint32_t cell = 0xFFFF;   // size of a grid cell in 16-bit position units
@@ -17,12 +23,9 @@ struct TKLinkCellMath {
     // / 2^64 stays below 2^-32 < 1 / cell. A multiply instead of a division on every pixel.
     uint64_t reciprocal = 0;
 
-    constexpr uint32_t Divide(uint32_t x) const {
-#if defined(__SIZEOF_INT128__)
-        return uint32_t((static_cast<unsigned __int128>(x) * reciprocal) >> 64);
-#else
-        return x / cell;
-#endif
+    template <class V>
+    constexpr V Divide(V x) const {
+        return TKLaneDivide(x, reciprocal, cell);
     }
 
     // gridShift is k for 2^k + 1 points, else 0. A 2-point grid takes the shifted arithmetic
@@ -51,25 +54,22 @@ struct TKLinkCellMath {
 
     // Cell index of position v; its fraction goes to f. The top position 0xFFFF is a full cell
     // into the last cell, so it reads the last node exactly.
-    template <bool Shifted>
-    constexpr uint32_t Locate(uint32_t v, uint32_t& f) const {
+    template <bool Shifted, class V>
+    constexpr V Locate(std::common_type_t<V> v, V& f) const {
         if constexpr (Shifted) {
-            f = v == 0xFFFF ? cell : (v & mask);
+            f = TKLaneSelect(v == V(0xFFFFu), V(cell), v & V(mask));
             return v >> cellShift;
         } else {
-            const uint32_t q = Divide(v);
-            if (q <= lastCell) {
-                f = v - q * cell;
-                return q;
-            }
-            f = cell;
-            return lastCell;
+            const V q = Divide(v);
+            const V last = V(lastCell);
+            f = TKLaneSelect(TKLaneMin(q, last) == q, v - q * V(cell), V(cell));
+            return TKLaneMin(q, last);
         }
     }
 
     // The grid result of an accumulated sum whose weights add up to one cell.
-    template <bool Shifted>
-    constexpr uint32_t Result(uint32_t sum) const {
+    template <bool Shifted, class V>
+    constexpr V Result(V sum) const {
         if constexpr (Shifted) return sum >> cellShift;
         else return Divide(sum);
     }
@@ -80,7 +80,10 @@ struct TKLinkCellMath {
     // exactly, so no test for it is needed; w * f3 fits 32 bits since both are at most 0xFFFF.
     // Shifted grids of 2^k + 1 points have a power-of-two cell: a shift instead of a division,
     // the same quotient. The branch is taken the same way for every pixel of a call.
-    constexpr uint32_t UpperShare(uint32_t w, uint32_t f3) const {
+    template <class V>
+    constexpr V UpperShare(V w, V f3) const {
         return cellIsPowerOfTwo ? (w * f3) >> cellLog2 : Divide(w * f3);
     }
 };
+
+}  // inline namespace TK_LINK_KERNEL_ISA

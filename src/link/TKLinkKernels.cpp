@@ -4,6 +4,8 @@
 
 #include "foundation/TKError.h"
 #include "link/TKLinkKernelBody.h"
+#include "link/TKLinkKernelIsa.h"
+#include "link/TKLinkKernelsAvx2.h"
 
 namespace {
 
@@ -27,6 +29,20 @@ using ShiftN = TKLinkKernelTraits<S, D, 4, kMaxN, true, true, kAnyOutputs>;
 template <class S, class D, int32_t Channels, bool Split, bool Shifted, int32_t Outputs>
 using Unrolled = TKLinkKernelTraits<S, D, Channels, Channels, Shifted, Split, kUnrolledOutputs, Outputs>;
 
+// One unrolled instance on the instruction set in use.
+template <class S, class D, int32_t Channels, bool Split, bool Shifted, int32_t Outputs>
+void RunOnIsa(TKLinkGeneric& link, const AxisTable* axis, int32_t count, const void* const* src, void* const* dst,
+              const int32_t* srcStrides, const int32_t* dstStrides, TKProgress* progress) {
+#if TK_LINK_HAS_AVX2
+    constexpr bool kWide = (Channels == 3 && !Split) || (Channels == 4 && Split);
+    if (kWide && TKLinkKernelIsa() == TKLinkIsa::kAvx2)
+        if constexpr (kWide) return TKLinkRunAvx2<S, D, Channels, Split, Shifted, Outputs>(link, axis, count, src, dst, srcStrides,
+                                                                      dstStrides, progress);
+#endif
+    Run<Unrolled<S, D, Channels, Split, Shifted, Outputs>>(link, axis, count, src, dst, srcStrides, dstStrides,
+                                                           progress);
+}
+
 // An unrolled form of fixed sample types: three and four outputs (colour spaces and CMYK) get
 // their own instance, other counts a loop up to eight.
 template <class S, class D, int32_t Channels, bool Split, bool Shifted>
@@ -34,14 +50,14 @@ void RunFixed(TKLinkGeneric& link, const AxisTable* axis, int32_t count, const v
               const int32_t* srcStrides, const int32_t* dstStrides, TKProgress* progress) {
     switch (link.GetDstDim()) {
         case 3:
-            return Run<Unrolled<S, D, Channels, Split, Shifted, 3>>(link, axis, count, src, dst, srcStrides, dstStrides,
-                                                                     progress);
+            return RunOnIsa<S, D, Channels, Split, Shifted, 3>(link, axis, count, src, dst, srcStrides, dstStrides,
+                                                               progress);
         case 4:
-            return Run<Unrolled<S, D, Channels, Split, Shifted, 4>>(link, axis, count, src, dst, srcStrides, dstStrides,
-                                                                     progress);
+            return RunOnIsa<S, D, Channels, Split, Shifted, 4>(link, axis, count, src, dst, srcStrides, dstStrides,
+                                                               progress);
         default:
-            return Run<Unrolled<S, D, Channels, Split, Shifted, 0>>(link, axis, count, src, dst, srcStrides, dstStrides,
-                                                                     progress);
+            return RunOnIsa<S, D, Channels, Split, Shifted, 0>(link, axis, count, src, dst, srcStrides, dstStrides,
+                                                               progress);
     }
 }
 

@@ -1,18 +1,31 @@
-// The thirteen pixel kernels and their dispatch against a slow reference evaluator, bit for bit:
-// every kernel that can run on a link, 1 to 8 input channels, grids 2 to 65, with and without
-// curves, 8, 16 and 8-to-16 bits, interleaved and planar pixels, lazy and complete links, runs of
-// equal pixels, long interleaved calls through the dispatch; plus the hand-checked edge values of
-// the cell arithmetic and the exactness of the divided cells' reciprocal.
+// The thirteen pixel kernels and their dispatch against a slow reference evaluator, bit for bit,
+// on every instruction set the processor runs: every kernel that can run on a link, 1 to 8 input
+// channels, grids 2 to 65, with and without curves, 8, 16 and 8-to-16 bits, interleaved and
+// planar pixels, lazy and complete links, runs of equal pixels, long interleaved calls through the
+// dispatch, odd layouts and threads on a lazy link; plus the hand-checked edge values of the cell
+// arithmetic and the exactness of the divided cells' reciprocal.
+#include <atomic>
 #include <random>
+#include <thread>
 #include <vector>
 
 #include "foundation/TKProgress.h"
 #include "link/LinkReference.h"
+#include "link/TKLinkKernelIsa.h"
 #include "link/TKLinkKernelMath.h"
 #include "link/TKLinkKernels.h"
 #include "support/TestSupport.h"
 
 namespace {
+
+// Each test of the suite runs once per instruction set available, with the kernels forced onto it.
+class KernelMatch : public ::testing::TestWithParam<TKLinkIsa> {
+protected:
+    void SetUp() override { TKLinkForceKernelIsa(GetParam()); }
+    void TearDown() override { TKLinkReleaseKernelIsa(); }
+};
+INSTANTIATE_TEST_SUITE_P(Isa, KernelMatch, ::testing::ValuesIn(TKLinkAvailableIsas()),
+                         [](const ::testing::TestParamInfo<TKLinkIsa>& info) { return TKLinkIsaName(info.param); });
 
 // Node values from a hash of the node's position: every index error shows. Some nodes are
 // pinned at 0 and 0xFFFF so that full-scale sums are exercised. Curves are non-linear.
@@ -39,18 +52,26 @@ private:
     uint32_t fSeed;
 };
 
-// Pixels of one depth laid out interleaved (with a pad sample) or in planes.
+// Interleaved with a pad sample after each pixel (left alone by the kernels), interleaved without
+// (the wide kernels' whole-vector loads and stores), or in planes.
+enum class Layout { kPadded, kPacked, kPlanar };
+const char* Describe(Layout layout) {
+    return layout == Layout::kPadded ? " padded" : layout == Layout::kPacked ? " packed" : " planar";
+}
+
+// Pixels of one depth in one of the layouts.
 template <class Sample>
 struct Pixels {
-    Pixels(int32_t channels, int32_t count, bool planar) : channels(channels), count(count) {
-        const int32_t perPixel = planar ? 1 : channels + 1;
+    Pixels(int32_t channels, int32_t count, Layout layout) : channels(channels), count(count) {
+        const bool planar = layout == Layout::kPlanar;
+        const int32_t perPixel = planar ? 1 : channels + (layout == Layout::kPadded);
         data.assign(size_t(count) * (planar ? channels : perPixel), Sample(0xA5));
         for (int32_t c = 0; c < channels; ++c) {
             pointers.push_back(planar ? data.data() + size_t(c) * count : data.data() + c);
             strides.push_back(perPixel * int32_t(sizeof(Sample)));
         }
     }
-    Sample Pad(int32_t pixel) const { return data[size_t(pixel) * (channels + 1) + channels]; }  // interleaved
+    Sample Pad(int32_t pixel) const { return data[size_t(pixel) * (channels + 1) + channels]; }  // padded
     Sample& At(int32_t pixel, int32_t c) {
         return *reinterpret_cast<Sample*>(reinterpret_cast<uint8_t*>(pointers[c]) + size_t(pixel) * strides[c]);
     }
@@ -110,8 +131,8 @@ void Reference(TKLinkGeneric& twin, const uint32_t* src, int32_t srcBits, uint32
 // reference on the complete twin. Returns the number of mismatching pixels (reports the first).
 template <class S, class D>
 int32_t CheckKernel(TKLinkGeneric& link, TKLinkGeneric& twin, const TKLinkKernelRow& row, int32_t srcBits,
-                    int32_t dstBits, Pixels<S>& in, bool planar, const std::string& what) {
-    Pixels<D> out(link.GetDstDim(), in.count, planar);
+                    int32_t dstBits, Pixels<S>& in, Layout layout, const std::string& what) {
+    Pixels<D> out(link.GetDstDim(), in.count, layout);
     TKLinkRunKernel(link, row.kernel, srcBits, dstBits, in.count, reinterpret_cast<const void* const*>(in.pointers.data()),
                     reinterpret_cast<void* const*>(out.pointers.data()), in.strides.data(), out.strides.data(), nullptr);
     const bool split = row.kernel != TKLinkKernel::Match4Simplex;
@@ -126,11 +147,11 @@ int32_t CheckKernel(TKLinkGeneric& link, TKLinkGeneric& twin, const TKLinkKernel
                               << " output " << o << ": " << out.At(i, o) << " != " << expected[o];
     }
     // The pad samples of interleaved output stay untouched.
-    for (int32_t i = 0; !planar && i < in.count; ++i) EXPECT_EQ(out.Pad(i), D(0xA5));
+    for (int32_t i = 0; layout == Layout::kPadded && i < in.count; ++i) EXPECT_EQ(out.Pad(i), D(0xA5));
     return bad;
 }
 
-// Runs every kernel that fits the link at every depth it takes, planar and interleaved.
+// Runs every kernel that fits the link at every depth it takes, in every layout.
 void CheckAllKernels(const LinkCase& lc, int32_t pixels, uint32_t seed) {
     auto link = MakeLink(lc, lc.lazy);
     auto twin = MakeLink(lc, false);
@@ -140,24 +161,24 @@ void CheckAllKernels(const LinkCase& lc, int32_t pixels, uint32_t seed) {
     for (const TKLinkKernelRow& row : kLinkKernelRows)
         for (const auto& d : depths) {
             if (!TKLinkKernelFits(row, d[0], d[1], shifted, lc.srcDim, lc.dstDim)) continue;
-            for (bool planar : {false, true}) {
-                const std::string what = Describe(lc) + (planar ? " planar" : " interleaved");
+            for (Layout layout : {Layout::kPadded, Layout::kPacked, Layout::kPlanar}) {
+                const std::string what = Describe(lc) + Describe(layout);
                 if (d[0] == 8) {
-                    Pixels<uint8_t> in(lc.srcDim, pixels, planar);
+                    Pixels<uint8_t> in(lc.srcDim, pixels, layout);
                     FillSamples(in, rng);
-                    if (d[1] == 8) CheckKernel<uint8_t, uint8_t>(*link, *twin, row, 8, 8, in, planar, what);
-                    else CheckKernel<uint8_t, uint16_t>(*link, *twin, row, 8, 16, in, planar, what);
+                    if (d[1] == 8) CheckKernel<uint8_t, uint8_t>(*link, *twin, row, 8, 8, in, layout, what);
+                    else CheckKernel<uint8_t, uint16_t>(*link, *twin, row, 8, 16, in, layout, what);
                 } else {
-                    Pixels<uint16_t> in(lc.srcDim, pixels, planar);
+                    Pixels<uint16_t> in(lc.srcDim, pixels, layout);
                     FillSamples(in, rng);
-                    if (d[1] == 8) CheckKernel<uint16_t, uint8_t>(*link, *twin, row, 16, 8, in, planar, what);
-                    else CheckKernel<uint16_t, uint16_t>(*link, *twin, row, 16, 16, in, planar, what);
+                    if (d[1] == 8) CheckKernel<uint16_t, uint8_t>(*link, *twin, row, 16, 8, in, layout, what);
+                    else CheckKernel<uint16_t, uint16_t>(*link, *twin, row, 16, 16, in, layout, what);
                 }
             }
         }
 }
 
-TEST(KernelMatch, EveryKernelMatchesTheReferenceOnRandomPixels) {
+TEST_P(KernelMatch, EveryKernelMatchesTheReferenceOnRandomPixels) {
     const int32_t grids[] = {2, 3, 5, 9, 13, 17, 33, 65};
     const int32_t outputs[] = {3, 4, 1, 8, 9, 5};
     int32_t cases = 0;
@@ -178,30 +199,30 @@ TEST(KernelMatch, EveryKernelMatchesTheReferenceOnRandomPixels) {
 }
 
 // Every 8-bit input of one and two channels, and every 16-bit input of one channel.
-TEST(KernelMatch, ExhaustiveSmallInputs) {
+TEST_P(KernelMatch, ExhaustiveSmallInputs) {
     for (int32_t grid : {2, 5, 13, 17}) {
         for (bool curves : {false, true}) {
             for (int32_t n : {1, 2}) {
                 const LinkCase lc{n, 3, grid, curves, false};
                 auto link = MakeLink(lc, false);
                 const bool shifted = TKLinkHasShiftedCells(grid, link->GridShift());
-                Pixels<uint8_t> in8(n, n == 1 ? 256 : 65536, false);
+                Pixels<uint8_t> in8(n, n == 1 ? 256 : 65536, Layout::kPadded);
                 for (int32_t i = 0; i < in8.count; ++i)
                     for (int32_t c = 0; c < n; ++c) in8.At(i, c) = uint8_t(c == 0 ? i & 0xFF : i >> 8);
                 for (const TKLinkKernelRow& row : kLinkKernelRows) {
                     if (TKLinkKernelFits(row, 8, 8, shifted, n, 3))
-                        CheckKernel<uint8_t, uint8_t>(*link, *link, row, 8, 8, in8, false, Describe(lc));
+                        CheckKernel<uint8_t, uint8_t>(*link, *link, row, 8, 8, in8, Layout::kPadded, Describe(lc));
                     if (TKLinkKernelFits(row, 8, 16, shifted, n, 3))
-                        CheckKernel<uint8_t, uint16_t>(*link, *link, row, 8, 16, in8, false, Describe(lc));
+                        CheckKernel<uint8_t, uint16_t>(*link, *link, row, 8, 16, in8, Layout::kPadded, Describe(lc));
                 }
             }
             const LinkCase lc{1, 4, grid, curves, false};
             auto link = MakeLink(lc, false);
-            Pixels<uint16_t> in16(1, 65536, true);
+            Pixels<uint16_t> in16(1, 65536, Layout::kPlanar);
             for (int32_t i = 0; i < 65536; ++i) in16.At(i, 0) = uint16_t(i);
             for (const TKLinkKernelRow& row : kLinkKernelRows)
                 if (TKLinkKernelFits(row, 16, 16, TKLinkHasShiftedCells(grid, link->GridShift()), 1, 4))
-                    CheckKernel<uint16_t, uint16_t>(*link, *link, row, 16, 16, in16, true, Describe(lc));
+                    CheckKernel<uint16_t, uint16_t>(*link, *link, row, 16, 16, in16, Layout::kPlanar, Describe(lc));
         }
     }
 }
@@ -209,7 +230,7 @@ TEST(KernelMatch, ExhaustiveSmallInputs) {
 // The dispatch follows the kernel rules: divided cells on other grids, the unrolled forms for 3
 // and 4 channels with up to 8 outputs, the loops otherwise, divided cells for 8-to-16 bits where
 // no shifted kernel exists.
-TEST(KernelMatch, DispatchPicksTheKernelOfTheRules) {
+TEST(KernelRules, DispatchPicksTheKernelOfTheRules) {
     auto pick = [](int32_t sb, int32_t db, int32_t grid, int32_t n, int32_t outs) {
         return TKLinkPickKernel(sb, db, grid, TKLinkGeneric::GridShiftOf(grid), n, outs)->kernel;
     };
@@ -235,8 +256,9 @@ TEST(KernelMatch, DispatchPicksTheKernelOfTheRules) {
 
 // Match16, Match8 and Match8To16 give the reference's answer for the kernel the rules pick, over
 // long interleaved calls (the unrolled 8-bit kernels fill a cell table once per call, the 16-bit
-// ones walk whole words) with pad samples left alone.
-TEST(KernelMatch, DispatchedMatchEqualsReference) {
+// ones walk whole words, the wide ones load whole vectors when pixels are packed) with pad samples
+// left alone.
+TEST_P(KernelMatch, DispatchedMatchEqualsReference) {
     std::vector<LinkCase> cases = {{4, 9, 9, false, false}, {3, 9, 33, true, false}, {5, 3, 6, true, false},
                                    {2, 3, 2, false, false}};
     for (int32_t n : {3, 4})
@@ -246,41 +268,45 @@ TEST(KernelMatch, DispatchedMatchEqualsReference) {
                     for (bool lazy : {false, true}) cases.push_back({n, outs, grid, curves, lazy});
     std::mt19937 rng(7);
     constexpr int32_t kCount = 1500;
-    for (const LinkCase& lc : cases) {
-        auto link = MakeLink(lc, lc.lazy);
-        auto twin = MakeLink(lc, false);
-        Pixels<uint16_t> in16(lc.srcDim, kCount, false);
-        Pixels<uint8_t> in8(lc.srcDim, kCount, false);
-        FillSamples(in16, rng);
-        FillSamples(in8, rng);
-        Pixels<uint16_t> out16(lc.dstDim, kCount, false), out8to16(lc.dstDim, kCount, false);
-        Pixels<uint8_t> out8(lc.dstDim, kCount, false);
-        link->Match16(kCount, in16.pointers.data(), out16.pointers.data(), in16.strides.data(), out16.strides.data(),
-                      nullptr);
-        link->Match8(kCount, in8.pointers.data(), out8.pointers.data(), in8.strides.data(), out8.strides.data(),
-                     nullptr);
-        link->Match8To16(kCount, in8.pointers.data(), out8to16.pointers.data(), in8.strides.data(),
-                         out8to16.strides.data(), nullptr);
-        const int32_t bits[][2] = {{16, 16}, {8, 8}, {8, 16}};
-        for (const auto& b : bits) {
-            const TKLinkKernelRow* row =
-                TKLinkPickKernel(b[0], b[1], lc.grid, link->GridShift(), lc.srcDim, lc.dstDim);
-            for (int32_t i = 0; i < kCount; ++i) {
-                uint32_t src[16], expected[36];
-                for (int32_t c = 0; c < lc.srcDim; ++c) src[c] = b[0] == 8 ? in8.At(i, c) : in16.At(i, c);
-                Reference(*twin, src, b[0], expected, b[1], row->anyGrid, true);
-                for (int32_t o = 0; o < lc.dstDim; ++o) {
-                    const uint32_t got = b[1] == 8 ? out8.At(i, o) : b[0] == 8 ? out8to16.At(i, o) : out16.At(i, o);
-                    ASSERT_EQ(got, expected[o]) << Describe(lc) << " " << row->name << " pixel " << i << " output " << o;
+    for (const LinkCase& lc : cases)
+        for (Layout layout : {Layout::kPadded, Layout::kPacked}) {
+            auto link = MakeLink(lc, lc.lazy);
+            auto twin = MakeLink(lc, false);
+            Pixels<uint16_t> in16(lc.srcDim, kCount, layout);
+            Pixels<uint8_t> in8(lc.srcDim, kCount, layout);
+            FillSamples(in16, rng);
+            FillSamples(in8, rng);
+            Pixels<uint16_t> out16(lc.dstDim, kCount, layout), out8to16(lc.dstDim, kCount, layout);
+            Pixels<uint8_t> out8(lc.dstDim, kCount, layout);
+            link->Match16(kCount, in16.pointers.data(), out16.pointers.data(), in16.strides.data(),
+                          out16.strides.data(), nullptr);
+            link->Match8(kCount, in8.pointers.data(), out8.pointers.data(), in8.strides.data(), out8.strides.data(),
+                         nullptr);
+            link->Match8To16(kCount, in8.pointers.data(), out8to16.pointers.data(), in8.strides.data(),
+                             out8to16.strides.data(), nullptr);
+            const int32_t bits[][2] = {{16, 16}, {8, 8}, {8, 16}};
+            for (const auto& b : bits) {
+                const TKLinkKernelRow* row =
+                    TKLinkPickKernel(b[0], b[1], lc.grid, link->GridShift(), lc.srcDim, lc.dstDim);
+                for (int32_t i = 0; i < kCount; ++i) {
+                    uint32_t src[16], expected[36];
+                    for (int32_t c = 0; c < lc.srcDim; ++c) src[c] = b[0] == 8 ? in8.At(i, c) : in16.At(i, c);
+                    Reference(*twin, src, b[0], expected, b[1], row->anyGrid, true);
+                    for (int32_t o = 0; o < lc.dstDim; ++o) {
+                        const uint32_t got =
+                            b[1] == 8 ? out8.At(i, o) : b[0] == 8 ? out8to16.At(i, o) : out16.At(i, o);
+                        ASSERT_EQ(got, expected[o])
+                            << Describe(lc) << Describe(layout) << " " << row->name << " pixel " << i << " output " << o;
+                    }
+                    if (layout == Layout::kPadded)
+                        ASSERT_EQ(b[1] == 8 ? out8.Pad(i) : b[0] == 8 ? out8to16.Pad(i) : out16.Pad(i), 0xA5u) << i;
                 }
-                ASSERT_EQ(b[1] == 8 ? out8.Pad(i) : b[0] == 8 ? out8to16.Pad(i) : out16.Pad(i), 0xA5u) << i;
             }
         }
-    }
 }
 
 // Hand-checked values of the cell arithmetic.
-TEST(KernelMatch, EdgeValuesOfTheCellArithmetic) {
+TEST_P(KernelMatch, EdgeValuesOfTheCellArithmetic) {
     // Grid 17, all samples full scale: cell index 15, fraction 4096, the last node exactly.
     auto link = MakeLink({3, 4, 17, false, false}, false);
     const uint16_t full[3] = {0xFFFF, 0xFFFF, 0xFFFF}, zero[3] = {0, 0, 0};
@@ -335,7 +361,7 @@ TEST(KernelMatch, EdgeValuesOfTheCellArithmetic) {
 }
 
 // A run of equal pixels computes one pixel: on a lazy link only the nodes of that pixel appear.
-TEST(KernelMatch, RunOfEqualPixelsComputesOnePixel) {
+TEST_P(KernelMatch, RunOfEqualPixelsComputesOnePixel) {
     auto link = MakeLink({4, 4, 17, false, false}, true);
     const int32_t count = 1000000;
     std::vector<uint16_t> in(size_t(count) * 4), out(size_t(count) * 4);
@@ -365,7 +391,7 @@ public:
     size_t cancelAt = 0;
 };
 
-TEST(KernelMatch, ProgressEvery65536PixelsAndCancel) {
+TEST_P(KernelMatch, ProgressEvery65536PixelsAndCancel) {
     auto link = MakeLink({3, 3, 17, true, false}, false);
     const int32_t count = 200000;
     std::vector<uint8_t> in(size_t(count) * 3, 9), out(size_t(count) * 3);
@@ -386,7 +412,7 @@ TEST(KernelMatch, ProgressEvery65536PixelsAndCancel) {
     EXPECT_EQ(out[size_t(count - 1) * 3], 0);  // stopped before the end
 }
 
-TEST(KernelMatch, KernelsRefuseLinksOfAnotherShape) {
+TEST_P(KernelMatch, KernelsRefuseLinksOfAnotherShape) {
     auto four = MakeLink({4, 4, 17, false, false}, false);
     auto grid13 = MakeLink({3, 3, 13, false, false}, false);
     auto wide = MakeLink({3, 9, 17, false, false}, false);
@@ -411,7 +437,7 @@ TEST(KernelMatch, KernelsRefuseLinksOfAnotherShape) {
 // The divided cells divide by a multiply with a per-grid reciprocal: the quotient must equal the
 // true one for every dividend the kernels form (positions, weight products, sums below 2^32),
 // tried at each side of every multiple of the cell and at random, for every grid size.
-TEST(KernelLongCall, CellDivisionByReciprocalIsExact) {
+TEST(KernelRules, CellDivisionByReciprocalIsExact) {
     std::mt19937 rng(11);
     for (int32_t grid = 2; grid <= TKLinkGeneric::kMaxGridPoints; ++grid) {
         int32_t shift = 0;

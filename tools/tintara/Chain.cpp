@@ -1,5 +1,6 @@
 // Builds the trafo of a chain of profiles or loads a saved link through the public interface.
 #include "Chain.h"
+#include "ConnectionSpace.h"
 
 #include <sys/stat.h>
 
@@ -85,8 +86,42 @@ struct ProfileDeleter {
 // The intent bit that asks for a table into device values refined by inverse search.
 constexpr int32_t kRefineIntentBit = 0x40;
 
-// The connection space to device trafo of one profile.
-Ref FromConnectionSpace(const ChainOptions::Member& member, bool refine) {
+int32_t LabToXYZStep(const double* src, double* dst, void*) {
+    LabToXYZ(src, dst);
+    return 0;
+}
+
+int32_t XYZToLabStep(const double* src, double* dst, void*) {
+    XYZToLab(src, dst);
+    return 0;
+}
+
+// A pair of a trafo and a conversion between the connection spaces behind or before it.
+Ref Joined(const Ref& first, const Ref& second, const std::string& what) {
+    Ref both(TKConcatenateTrafos(TK_TRAFO_OF_REF(first.get()), TK_TRAFO_OF_REF(second.get()), nullptr, nullptr,
+                                 nullptr, nullptr));
+    if (!first.get() || !second.get() || !both.get()) throw Failure("cannot " + what);
+    return both;
+}
+
+Ref ConnectionStep(uint32_t from) {
+    const uint32_t to = from == kLab ? kXYZ : kLab;
+    return Ref(TKNewCustomTrafoRef(3, 3, from, to, from == kLab ? LabToXYZStep : XYZToLabStep, nullptr));
+}
+
+// The chain's end brought to `pcsType` (0: as it is). The library converts single colours into
+// the other connection space behind a chain, but a link baked through that conversion gives
+// wrong colours (an XYZ profile's chain into Lab), so the host's own step goes behind instead.
+Ref EndingIn(Ref trafo, uint32_t pcsType) {
+    const uint32_t own = TKGetTrafoDstType(trafo.get());
+    if (pcsType == 0 || own == pcsType) return trafo;
+    if (own != kLab && own != kXYZ) throw Failure("the chain ends in " + SignatureText(own) + ", not in a connection space");
+    return Joined(trafo, ConnectionStep(own), "end the trafo in " + SignatureText(pcsType));
+}
+
+// The connection space to device trafo of one profile, taking colours of `pcsType`: where the
+// profile's connection space is the other one, a conversion goes in front.
+Ref FromConnectionSpace(const ChainOptions::Member& member, bool refine, uint32_t pcsType) {
     std::unique_ptr<TKICCProfile, ProfileDeleter> profile(TKNewICCProfileRef());
     if (!profile) throw Failure("cannot create a profile object");
     FileSpec spec(member.path);
@@ -94,7 +129,9 @@ Ref FromConnectionSpace(const ChainOptions::Member& member, bool refine) {
     Ref trafo;
     Check(TKGetICCProfileTrafo(trafo.out(), profile.get(), 0, member.intent | (refine ? kRefineIntentBit : 0)),
           "building the connection space to device trafo of " + member.path);
-    return trafo;
+    const uint32_t own = TKGetTrafoSrcType(trafo.get());
+    if (own == pcsType || (own != kLab && own != kXYZ)) return trafo;
+    return Joined(ConnectionStep(pcsType), trafo, "start the trafo of " + member.path + " in " + SignatureText(pcsType));
 }
 #endif
 
@@ -247,7 +284,7 @@ Ref BuildTrafo(const ChainOptions& chain) {
         if (chain.pcsOut) throw UsageError("--from and --to together make no trafo");
         ChainOptions::Member member = chain.profiles.front();
         member.intent = MemberIntent(chain, member);
-        return FromConnectionSpace(member, chain.refine);
+        return FromConnectionSpace(member, chain.refine, chain.pcsIn);
     }
     std::vector<std::unique_ptr<FileSpec>> specs;
     std::vector<TKFileSpec*> pointers;
@@ -260,10 +297,9 @@ Ref BuildTrafo(const ChainOptions& chain) {
         names += (names.empty() ? "" : " -> ") + member.path;
     }
     Ref trafo;
-    Check(TKConcatICCProfilesEx(trafo.out(), 0, chain.pcsOut, int32_t(pointers.size()), pointers.data(),
-                                intents.data()),
+    Check(TKConcatICCProfilesEx(trafo.out(), 0, 0, int32_t(pointers.size()), pointers.data(), intents.data()),
           "building the trafo of " + names);
-    return trafo;
+    return EndingIn(std::move(trafo), chain.pcsOut);
 #else
     throw Failure("this build of the library has no profile functions");
 #endif
