@@ -190,7 +190,7 @@ TEST_F(Host, MergeLinkFilesApplyLikeTheirProfiles) {
     const Result applied = Run("apply -l '" + Path("spots.tml") + "' '" + Path("six.tif") + "' '" + Path("saved.tif") + "'");
     ASSERT_EQ(applied.code, 0) << applied.err;
     // Each member's table went through a bake and an ICC table of the same grid: one code at most.
-    const host::Image direct = host::ReadTiff(Path("direct.tif")), fromFile = host::ReadTiff(Path("saved.tif"));
+    const host::Image direct = host::ReadImage(Path("direct.tif")), fromFile = host::ReadImage(Path("saved.tif"));
     ASSERT_EQ(direct.samples, fromFile.samples);
     uint32_t largest = 0;
     for (uint32_t y = 0; y < direct.height; ++y)
