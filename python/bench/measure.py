@@ -114,10 +114,13 @@ def main():
         one_cpu = best(lambda: link.match(pixels, out=out), clock=time.thread_time)
         reference = out.copy()
         two = best(lambda: link.match(pixels, out=out, threads=2))
+        pixel, pixel_out = pixels[:1, :1], out[:1, :1]
+        per_call = best(lambda: [link.match(pixel, out=pixel_out) for _ in range(1000)]) / 1000
         assert np.array_equal(out, reference)
         print(f"C  TKLink8Match, 1 thread : {c * 1e3:8.1f} ms, {c_cpu * 1e3:8.1f} ms CPU")
         print(f"Python Link.match, 1 thread: {one * 1e3:8.1f} ms, {one_cpu * 1e3:8.1f} ms CPU "
               f"({(one / c - 1) * 100:+.1f} % wall, {(one_cpu / c_cpu - 1) * 100:+.1f} % CPU against C)")
+        print(f"Python Link.match of one pixel: {per_call * 1e6:.1f} us, the binding's cost per call")
         print(f"Python Link.match, 2 threads: {two * 1e3:7.1f} ms  ({one / two:.2f}x)")
         overlap, cpu = threads_overlap(link, pixels, out)
         print(f"  2 threads inside the C call together for {overlap * 100:.0f} % of the shorter call; "
