@@ -208,6 +208,16 @@ bool ChainOptions::Take(Args& args) {
     return true;
 }
 
+Ref BakeDeviceLinkProfile(const std::string& path, int32_t gridBits) {
+    FileSpec spec(path);
+    TKFileSpec* specs[] = {spec.get()};
+    const int32_t intents[] = {0};
+    Ref trafo;
+    Check(TKConcatICCProfiles(trafo.out(), 1, specs, intents), "reading device link " + path);
+    double seconds = 0;
+    return BakeLink(trafo.get(), gridBits ? gridBits : GridBitsOfDeviceLink(ReadFileBytes(path)), seconds);
+}
+
 bool IsDeviceLinkProfile(const std::string& path) {
     const std::vector<uint8_t> head = FileHead(path);
     return KindOfLinkFile(head) == LinkFileKind::IccProfile && BigEndian32(head, 12) == SignatureFrom("link");
@@ -231,13 +241,7 @@ Ref LoadLink(const std::string& path) {
             throw Failure("cannot read link " + path + ": an ICC profile of class '" + SignatureText(deviceClass) +
                           "', not a device link (give it with -p)");
         if (!HaveProfiles()) throw Failure("cannot read link " + path + ": this build of the library reads no ICC profiles");
-        FileSpec spec(path);
-        TKFileSpec* specs[] = {spec.get()};
-        const int32_t intents[] = {0};
-        Ref trafo;
-        Check(TKConcatICCProfiles(trafo.out(), 1, specs, intents), "reading device link " + path);
-        double seconds = 0;
-        return BakeLink(trafo.get(), GridBitsOfDeviceLink(ReadFileBytes(path)), seconds);
+        return BakeDeviceLinkProfile(path, kHostDefaultGrid);
     }
     Ref link(TKNewTKLink16Ref());
     if (!link.get()) throw Failure("cannot create a link object");

@@ -58,6 +58,9 @@ int32_t GridBitsOfDeviceLink(const std::vector<uint8_t>& profile);
 // by content), which is baked into a link on the grid of its own table.
 Ref LoadLink(const std::string& path);
 
+// A device-link profile baked into a link on 2^gridBits + 1 points, or with 0 on its own table's grid.
+Ref BakeDeviceLinkProfile(const std::string& path, int32_t gridBits);
+
 // True when the file is an ICC profile of the device-link class.
 bool IsDeviceLinkProfile(const std::string& path);
 

@@ -32,13 +32,7 @@ uint32_t GetU32(const std::vector<uint8_t>& bytes, size_t at) {
 // One member profile baked into a link and written back as an ICC device link.
 std::vector<uint8_t> BakedMember(const std::string& path, int32_t gridBits, size_t index) {
     const std::vector<uint8_t> profile = ReadFileBytes(path);
-    FileSpec spec(path);
-    TKFileSpec* specs[] = {spec.get()};
-    const int32_t intents[] = {0};
-    Ref trafo;
-    Check(TKConcatICCProfiles(trafo.out(), 1, specs, intents), "reading device link " + path);
-    double seconds = 0;
-    Ref link = BakeLink(trafo.get(), gridBits ? gridBits : GridBitsOfDeviceLink(profile), seconds);
+    Ref link = BakeDeviceLinkProfile(path, gridBits);
     IccLinkInfo info;
     info.description = "tintara merge link member " + std::to_string(index + 1) + ": " + BaseName(path);
     info.sequence.push_back(SequenceMemberOf(profile));
