@@ -47,41 +47,78 @@ int32_t Depth(const TKString& path) {
 
 bool TKCxFObjectReader::Read(TKColorChart& chart, TKString& problem) {
     for (int32_t i = 0; i < fSpecs.SpecCount(); ++i) fSpecIndex[Key(fSpecs.SpecName(i))] = i;
-    if (!ReadHeader(chart, problem) || !ReadSamples(problem) || !ResolveSpotInk(problem)) return false;
-    for (size_t i = 0; i < fSamples.size(); ++i)
-        if (!ReadValues(i, problem)) return false;
-    const int32_t count = int32_t(fSamples.size());
-    for (size_t t = 0; t < fTypes.size(); ++t) {
-        const int32_t width = int32_t(fRows[t].size() / fSamples.size());
-        TKMatrix matrix(count, width, int32_t(fTypes[t]));
-        std::copy(fRows[t].begin(), fRows[t].end(), matrix.MutableValues());
-        chart.SetMatrix(matrix);
-    }
-    BuildTexts(chart);
-    // Kept fields name what the chart still has; the writer drops the rest.
-    chart.SetFields(fFields);
+    fTables.resize(1);
+    fTables[0].chart = &chart;
+    if (!ReadHeader(problem) || !ReadSamples(problem) || !ResolveSpotInk(problem)) return false;
+    for (Table& table : fTables)
+        if (!BuildTable(table, problem)) return false;
+    for (size_t t = 1; t < fTables.size(); ++t) chart.AddTable(fTables[t].further.Get(), false);
     return true;
 }
 
-bool TKCxFObjectReader::ReadHeader(TKColorChart& chart, TKString& problem) {
+bool TKCxFObjectReader::BuildTable(Table& table, TKString& problem) {
+    if (table.samples.empty()) {
+        problem = TKString::Format("table %d has no objects", int32_t(&table - fTables.data()) + 1);
+        return false;
+    }
+    fTypes.clear();
+    fRows.clear();
+    fSeen.clear();
+    fRanges.clear();
+    for (size_t k = 0; k < table.samples.size(); ++k)
+        if (!ReadValues(table.samples[k], k, problem)) return false;
+    const int32_t count = int32_t(table.samples.size());
+    for (size_t t = 0; t < fTypes.size(); ++t) {
+        const int32_t width = int32_t(fRows[t].size() / table.samples.size());
+        TKMatrix matrix(count, width, int32_t(fTypes[t]));
+        std::copy(fRows[t].begin(), fRows[t].end(), matrix.MutableValues());
+        table.chart->SetMatrix(matrix);
+    }
+    BuildTexts(table);
+    // Kept fields name what the chart still has; the writer drops the rest.
+    table.chart->SetFields(table.fields);
+    table.chart->SetFromFile(true);
+    return true;
+}
+
+bool TKCxFObjectReader::ReadHeader(TKString& problem) {
     const TKCxFElement info = fRoot.Child("FileInformation");
     for (const TKCxFElement& tag : info.Child("TagCollection").Children("Tag")) {
-        const TKString name = tag.Attribute("Name");
+        TKString name = tag.Attribute("Name");
+        // "TKTable<n>:" leads the tags of a further table.
+        size_t t = 0;
+        const int32_t colon = name.FindChar(':');
+        if (name.Left(7) == kTableTag && colon > 7 && name.Mid(7, colon - 7).IsInteger()) {
+            const int32_t number = name.Mid(7, colon - 7).ToInt();
+            if (number < 1 || number >= kMaxTables) {
+                problem = TKString::Format("a tag of table %d", number);
+                return false;
+            }
+            t = size_t(number);
+            name = name.Mid(colon + 1);
+            while (fTables.size() <= t) {
+                fTables.emplace_back();
+                fTables.back().further = TKMakeRef<TKColorChart>();
+                fTables.back().chart = fTables.back().further.Get();
+            }
+        }
+        Table& table = fTables[t];
         if (name == kCompleteTag) {
             fComplete = true;
+            table.withIDs = TagValue(tag) == kWithIDs;
         } else if (name == kFieldTag) {
             TKChartField field;
             if (!ParseField(TagValue(tag), field)) {
                 problem = TKString::Format("the field tag \"%s\" does not read", TagValue(tag).Left(60).CString());
                 return false;
             }
-            fFields.push_back(field);
-        } else if (!name.IsEmpty()) {
+            table.fields.push_back(field);
+        } else {
             // Nested keywords ("KEYWORD/0") come as paths; a deeper name is kept whole.
             if (Depth(name) <= kMaxTagDepth)
-                chart.Header().SetString(name.CString(), TagValue(tag));
+                table.chart->Header().SetString(name.CString(), TagValue(tag));
             else
-                chart.Header().Add(name, TagValue(tag));
+                table.chart->Header().Add(name, TagValue(tag));
         }
     }
     return true;
@@ -116,8 +153,21 @@ bool TKCxFObjectReader::ReadSamples(TKString& problem) {
         sample.objectType = object.Attribute("ObjectType", "Standard");
         sample.created = object.ChildText("CreationDate");
         sample.measured = object.HasAttribute("MeasureDate") ? object.Attribute("MeasureDate") : object.ChildText("MeasurementDate");
-        for (const TKCxFElement& tag : object.Child("TagCollection").Children("Tag"))
-            if (!tag.Attribute("Name").IsEmpty()) sample.tags.emplace_back(tag.Attribute("Name"), TagValue(tag));
+        for (const TKCxFElement& tag : object.Child("TagCollection").Children("Tag")) {
+            const TKString name = tag.Attribute("Name");
+            if (name != kTableTag || !fComplete) {
+                sample.tags.emplace_back(name, TagValue(tag));
+                continue;
+            }
+            const TKString number = TagValue(tag);
+            sample.table = number.IsInteger() ? size_t(std::max(0, number.ToInt())) : 0;
+            if (sample.table == 0 || sample.table >= fTables.size()) {
+                problem = TKString::Format("object \"%s\" is of table %s, which the file does not declare",
+                                           sample.id.Left(60).CString(), number.Left(20).CString());
+                return false;
+            }
+        }
+        fTables[sample.table].samples.push_back(fSamples.size());
         fSamples.push_back(std::move(sample));
     }
     return true;
@@ -156,7 +206,7 @@ bool TKCxFObjectReader::ResolveSpotInk(TKString& problem) {
     return true;
 }
 
-bool TKCxFObjectReader::ReadValues(size_t index, TKString& problem) {
+bool TKCxFObjectReader::ReadValues(size_t index, size_t position, TKString& problem) {
     Sample& sample = fSamples[index];
     std::vector<std::pair<TKCxFElement, TKString>> values;
     for (const char* container : {"DeviceColorValues", "ColorValues"}) {
@@ -192,10 +242,10 @@ bool TKCxFObjectReader::ReadValues(size_t index, TKString& problem) {
     fSeen.emplace_back(fTypes.size(), false);
     for (const auto& value : values) {
         if (spectrum && value.second == "ReflectanceSpectrum" && value.first.base.Get() != spectrum->base.Get()) continue;
-        if (!AddValue(index, value.first, value.second, problem)) return false;
+        if (!AddValue(index, position, value.first, value.second, problem)) return false;
     }
     for (size_t t = 0; t < fTypes.size(); ++t) {
-        if (fSeen[index][t]) continue;
+        if (fSeen[position][t]) continue;
         problem = TKString::Format("object \"%s\" lacks the %s values of the first object", sample.id.Left(60).CString(),
                                    GetTypeName(fTypes[t]).CString());
         return false;
@@ -203,7 +253,8 @@ bool TKCxFObjectReader::ReadValues(size_t index, TKString& problem) {
     return true;
 }
 
-bool TKCxFObjectReader::AddValue(size_t index, const TKCxFElement& element, const TKString& name, TKString& problem) {
+bool TKCxFObjectReader::AddValue(size_t index, size_t position, const TKCxFElement& element, const TKString& name,
+                                 TKString& problem) {
     const Sample& sample = fSamples[index];
     double start = kTKSpectralStartNM, increment = kTKSpectralStepNM;
     int32_t specIndex = -1;
@@ -240,55 +291,57 @@ bool TKCxFObjectReader::AddValue(size_t index, const TKCxFElement& element, cons
     if (!IsDeviceSpace(type) && fCurrentSpec < 0) fCurrentSpec = specIndex;
     size_t t = std::find(fTypes.begin(), fTypes.end(), type) - fTypes.begin();
     if (t == fTypes.size()) {
-        if (index > 0) {
+        if (position > 0) {
             problem = TKString::Format("object \"%s\" has %s values that the first object lacks", sample.id.Left(60).CString(),
                                        GetTypeName(type).CString());
             return false;
         }
         fTypes.push_back(type);
         fRows.emplace_back();
-        fSeen[index].push_back(false);
+        fSeen[position].push_back(false);
     }
-    if (fSeen[index][t]) return true;  // a second value of a type: the first stands
-    fSeen[index][t] = true;
+    if (fSeen[position][t]) return true;  // a second value of a type: the first stands
+    fSeen[position][t] = true;
     fRows[t].insert(fRows[t].end(), value.Values(), value.Values() + value.GetDim());
     return true;
 }
 
 // --- Texts ----------------------------------------------------------------------------------------
 
-bool TKCxFObjectReader::Listed(const char* extra) const {
-    for (const TKChartField& field : fFields)
+bool TKCxFObjectReader::Listed(const Table& table, const char* extra) {
+    for (const TKChartField& field : table.fields)
         if (field.kind == kChartFieldExtra && field.name == extra) return true;
     return false;
 }
 
-void TKCxFObjectReader::BuildTexts(TKColorChart& chart) const {
-    const size_t n = fSamples.size();
+void TKCxFObjectReader::BuildTexts(const Table& table) const {
+    TKColorChart& chart = *table.chart;
+    std::vector<const Sample*> samples;
+    for (size_t index : table.samples) samples.push_back(&fSamples[index]);
+    const size_t n = samples.size();
     auto anyTag = [&](const char* name) {
-        for (const Sample& s : fSamples)
-            for (const auto& tag : s.tags)
+        for (const Sample* s : samples)
+            for (const auto& tag : s->tags)
                 if (tag.first == name) return true;
         return false;
     };
-    auto tagOf = [](const Sample& s, const char* name) {
-        for (const auto& tag : s.tags)
+    auto tagOf = [](const Sample* s, const char* name) {
+        for (const auto& tag : s->tags)
             if (tag.first == name) return tag.second;
         return TKString();
     };
     const bool idTag = anyTag(kIDTag);
-    const bool ids = !fComplete || std::any_of(fFields.begin(), fFields.end(), [](const TKChartField& f) { return f.kind == kChartFieldID; });
     std::vector<TKString> texts(n);
-    if (ids) {
-        for (size_t i = 0; i < n; ++i) texts[i] = idTag ? tagOf(fSamples[i], kIDTag) : fSamples[i].id;
+    if (!fComplete || table.withIDs) {
+        for (size_t i = 0; i < n; ++i) texts[i] = idTag ? tagOf(samples[i], kIDTag) : samples[i]->id;
         chart.SetIDs(texts);
     }
-    if (std::any_of(fSamples.begin(), fSamples.end(), [](const Sample& s) { return s.hasName; })) {
-        for (size_t i = 0; i < n; ++i) texts[i] = fSamples[i].name;
+    if (std::any_of(samples.begin(), samples.end(), [](const Sample* s) { return s->hasName; })) {
+        for (size_t i = 0; i < n; ++i) texts[i] = samples[i]->name;
         chart.SetNames(texts);
     }
     if (anyTag(kLocationTag)) {
-        for (size_t i = 0; i < n; ++i) texts[i] = tagOf(fSamples[i], kLocationTag);
+        for (size_t i = 0; i < n; ++i) texts[i] = tagOf(samples[i], kLocationTag);
         chart.SetLocations(texts);
     }
 
@@ -304,7 +357,7 @@ void TKCxFObjectReader::BuildTexts(TKColorChart& chart) const {
         return columns.back();
     };
     for (size_t i = 0; i < n; ++i)
-        for (const auto& tag : fSamples[i].tags)
+        for (const auto& tag : samples[i]->tags)
             if (tag.first != kIDTag && tag.first != kLocationTag) column(tag.first)[i] = tag.second;
     struct Own {
         const char* name;
@@ -313,24 +366,24 @@ void TKCxFObjectReader::BuildTexts(TKColorChart& chart) const {
     for (const Own& own : {Own{kObjectTypeColumn, &Sample::objectType}, Own{kGUIDColumn, &Sample::guid},
                            Own{kCreatedColumn, &Sample::created}, Own{kMeasuredColumn, &Sample::measured}}) {
         bool wanted = false;
-        for (const Sample& s : fSamples) {
-            const TKString& value = s.*own.field;
+        for (const Sample* s : samples) {
+            const TKString& value = s->*own.field;
             wanted = wanted || (own.name == kObjectTypeColumn ? value != "Standard" : !value.IsEmpty());
         }
-        if (fComplete) wanted = Listed(own.name);
+        if (fComplete) wanted = Listed(table, own.name);
         if (!wanted) continue;
         std::vector<TKString>& values = column(own.name);
-        for (size_t i = 0; i < n; ++i) values[i] = fSamples[i].*own.field;
+        for (size_t i = 0; i < n; ++i) values[i] = samples[i]->*own.field;
     }
-    BuildSpotData(chart, names, columns);
+    BuildSpotData(table, names, columns);
     if (names.empty()) return;
     // A file of this system keeps the columns in the order of its field list.
     std::vector<size_t> order(names.size());
     for (size_t c = 0; c < order.size(); ++c) order[c] = c;
     auto rank = [&](size_t c) {
-        for (size_t f = 0; f < fFields.size(); ++f)
-            if (fFields[f].kind == kChartFieldExtra && fFields[f].name == names[c]) return f;
-        return fFields.size();
+        for (size_t f = 0; f < table.fields.size(); ++f)
+            if (table.fields[f].kind == kChartFieldExtra && table.fields[f].name == names[c]) return f;
+        return table.fields.size();
     };
     std::stable_sort(order.begin(), order.end(), [&](size_t a, size_t b) { return rank(a) < rank(b); });
     std::vector<TKString> orderedNames, values;
@@ -340,20 +393,21 @@ void TKCxFObjectReader::BuildTexts(TKColorChart& chart) const {
     chart.SetExtras(std::move(orderedNames), std::move(values));
 }
 
-void TKCxFObjectReader::BuildSpotData(TKColorChart& chart, std::vector<TKString>& names,
+void TKCxFObjectReader::BuildSpotData(const Table& table, std::vector<TKString>& names,
                                       std::vector<std::vector<TKString>>& columns) const {
-    if (!fHasSpot) return;
-    const size_t n = fSamples.size();
+    TKColorChart& chart = *table.chart;
+    const size_t n = table.samples.size();
     std::vector<TKString> backgrounds(n), tints(n);
-    bool all = true;
+    bool all = true, any = false;
     for (size_t i = 0; i < n; ++i) {
-        const TKCxFSpotMeasurement* m = fSamples[i].spot;
+        const TKCxFSpotMeasurement* m = fSamples[table.samples[i]].spot;
         all = all && m;
+        any = any || m;
         if (!m) continue;
         backgrounds[i] = m->background;
         tints[i] = TKCxFNumber(m->tint);
     }
-    if (std::none_of(fSamples.begin(), fSamples.end(), [](const Sample& s) { return s.spot != nullptr; })) return;
+    if (!any) return;
     names.push_back("Background");
     columns.push_back(backgrounds);
     if (!fComplete) {
@@ -363,7 +417,7 @@ void TKCxFObjectReader::BuildSpotData(TKColorChart& chart, std::vector<TKString>
     // Tints are the device values where every object is one and the objects carry none.
     if (all && chart.DeviceType() == 0) {
         TKMatrix tint(int32_t(n), 1, int32_t(TK1CLRSpace));
-        for (size_t i = 0; i < n; ++i) tint(int32_t(i), 0) = fSamples[i].spot->tint;
+        for (size_t i = 0; i < n; ++i) tint(int32_t(i), 0) = fSamples[table.samples[i]].spot->tint;
         chart.SetMatrix(tint);
     } else if (chart.DeviceType() != TK1CLRSpace) {
         names.push_back("TintLevel");

@@ -2,14 +2,17 @@
 // host callbacks, and the calculation of tone, reference and gray balance curves into it.
 // Every calculation works on a copy of the curves, so a failure leaves the object as it was.
 #include <new>
+#include <strings.h>
 
 #include "color/TKColors.h"
 #include "exported/TKExport.h"
+#include "exported/TKLinearizationOption.h"
 #include "exported/TKVectorDataSet.h"
 #include "foundation/TKHandle.h"
 #include "linearization/TKCalcLinearizationVariants.h"
 #include "linearization/TKColorLinearization.h"
 #include "linearization/TKGrayBalance.h"
+#include "separation/TKNumberToken.h"
 #include "tintara.h"
 
 namespace {
@@ -24,6 +27,14 @@ int32_t CopyMatrixRow(int32_t index, double* values, void* userData) {
     if (index < 0 || index >= matrix->GetHeight()) return IndexError;
     for (int32_t c = 0; c < matrix->GetWidth(); ++c) values[c] = (*matrix)(index, c);
     return NoErr;
+}
+
+// The measure and smoothing the host set on the handle, for a calculator of tone curves.
+TKCalcColorLinearization& Configured(TKCalcColorLinearization& calculator, const TKColorLinearization& settings,
+                                     bool measure) {
+    calculator.SetSmoothing(settings.GetCalcSmoothing());
+    if (measure) calculator.SetDifferenceMethod(settings.GetCalcDifferenceMethod());
+    return calculator;
 }
 
 // Runs a calculation on a copy of the held curves and keeps the result only when it succeeds.
@@ -71,6 +82,29 @@ void TKInitVectorDataSetFromMatrix(TKVectorDataSet* set, const TKMatrix& matrix)
     TKInitVectorDataSet(set, uint32_t(matrix.GetType()), CopyMatrixRow, const_cast<TKMatrix*>(&matrix));
 }
 
+bool TKIsLinearizationOption(const char* key) {
+    return key && (!strcasecmp(key, "Smoothing") || !strcasecmp(key, "DifferenceMethod"));
+}
+
+int32_t TKSetLinearizationOption(TKTrafoRef ref, const char* key, const TKString& value) {
+    TKColorLinearization* linearization = HeldLinearization(ref);
+    if (!linearization) return int32_t(TrafoErr);
+    TKString text = value;
+    text.Trim();
+    if (!strcasecmp(key, "Smoothing")) {
+        double smoothing = -1.0;
+        if (!text.IsEmpty() && !TKReadNumberToken(text.CString(), smoothing)) return int32_t(ArgErr);
+        linearization->SetCalcSmoothing(smoothing);
+        return int32_t(NoErr);
+    }
+    int32_t method = kTKDeltaE76;
+    if (text.IsInteger() && !text.IsEmpty()) method = text.ToInt();
+    else if (!text.IsEmpty()) method = TKColorDifference::GetMethodFromName(text.CString());
+    if (method < 0 || method >= kTKDifferenceMethodCount) return int32_t(ArgErr);
+    linearization->SetCalcDifferenceMethod(method);
+    return int32_t(NoErr);
+}
+
 extern "C" {
 
 TKLinearizationRef TKNewTKLinearizationRef(void) {
@@ -108,7 +142,8 @@ int32_t TKCalcLinearization(TKLinearizationRef lin, int32_t count, TKVectorDataS
         if (inkLimits) limits.SetFromArray(GetChannelCount(type), inkLimits);
         const TKMatrix device = TKReadVectorDataSet(nominal, count);
         const TKMatrix values = TKReadVectorDataSet(measured, count);
-        TKCalcInkLimitColorLinearization(device, values, limits).CalcChannelCurves(work);
+        TKCalcInkLimitColorLinearization calculator(device, values, limits);
+        Configured(calculator, *work, true).CalcChannelCurves(work);
     });
 }
 
@@ -123,7 +158,8 @@ int32_t TKCalcReferenceLinearization(TKLinearizationRef lin, int32_t count, TKVe
         const TKMatrix values = TKReadVectorDataSet(measured, count);
         const TKMatrix refDevice = TKReadVectorDataSet(refNominal, refCount);
         const TKMatrix refValues = TKReadVectorDataSet(refMeasured, refCount);
-        TKCalcRefColorLinearization(device, values, refDevice, refValues).CalcChannelCurves(work);
+        TKCalcRefColorLinearization calculator(device, values, refDevice, refValues);
+        Configured(calculator, *work, true).CalcChannelCurves(work);
     });
 }
 
@@ -131,7 +167,9 @@ int32_t TKCalcGrayBalance(TKLinearizationRef lin, int32_t count, TKVectorDataSet
     TKColorLinearization* linearization = HeldLinearization(lin);
     if (!linearization || !nominal || !measured || count < 2) return TK_ARG_ERROR();
     return CalculateInto(*linearization, [&](TKColorLinearization* work) {
-        TKGrayBalance(TKReadVectorDataSet(nominal, count), TKReadVectorDataSet(measured, count)).Calc(work);
+        TKGrayBalance calculator(TKReadVectorDataSet(nominal, count), TKReadVectorDataSet(measured, count));
+        Configured(calculator, *work, false);
+        calculator.Calc(work);
     });
 }
 
@@ -140,7 +178,9 @@ int32_t TKAdjustGrayBalance(TKLinearizationRef lin, int32_t count, TKVectorDataS
     TKColorLinearization* linearization = HeldLinearization(lin);
     if (!linearization || !nominal || !measured || count < 2) return TK_ARG_ERROR();
     return CalculateInto(*linearization, [&](TKColorLinearization* work) {
-        TKOptimizeGrayBalance(TKReadVectorDataSet(nominal, count), TKReadVectorDataSet(measured, count)).Calc(work);
+        TKOptimizeGrayBalance calculator(TKReadVectorDataSet(nominal, count), TKReadVectorDataSet(measured, count));
+        Configured(calculator, *work, false);
+        calculator.Calc(work);
     });
 }
 

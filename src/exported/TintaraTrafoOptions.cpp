@@ -7,6 +7,7 @@
 #include "color/TKColors.h"
 #include "color/TKSpectral.h"
 #include "exported/TKExport.h"
+#include "exported/TKLinearizationOption.h"
 #include "foundation/TKHandle.h"
 #include "numeric/TKCallbackTrafo.h"
 #include "numeric/TKRefVectorTrafo.h"
@@ -196,6 +197,7 @@ int32_t TKSetTrafoOption(TKTrafoRef ref, const char* key, const char* value) {
         if (Is(key, "WhiteBase")) return WhiteBaseOption(ref, text);
         if (Is(key, "Observer")) return ObserverOption(ref, text);
         if (Is(key, "InkLimit")) return InkLimitOption(ref, text);
+        if (TKIsLinearizationOption(key)) return TKSetLinearizationOption(ref, key, text);
         return int32_t(NoErr);
     });
 }

@@ -23,6 +23,22 @@ uint32_t DeviceSide(int32_t type, int32_t channels) {
     return device;
 }
 
+// A "link" class profile, version 2.4, holding `table` as its A2B0.
+TKRefPtr<TKICCProfileLink> LinkProfileAround(TKICCLutTag* table, uint32_t srcType, uint32_t dstType,
+                                             const TKString& description) {
+    auto profile = TKMakeRef<TKICCProfileLink>();
+    TKICCHeader& header = profile->GetHeader();
+    header.deviceClass = TKICCSig("link");
+    header.colorSpace = srcType;
+    header.pcs = dstType;
+    header.version = 0x02400000;
+    profile->AddTextTag(TKICCSig("desc"), description);
+    profile->AddTextTag(TKICCSig("cprt"), "No rights reserved");
+    profile->AddEmptySequence();
+    profile->AddTag(table, false);
+    return profile;
+}
+
 }  // namespace
 
 TKRefPtr<TKICCProfileLink> TKMakeDeviceLinkProfile(const TKTrafo& trafo, int32_t gridPoints,
@@ -75,16 +91,35 @@ TKRefPtr<TKICCProfileLink> TKMakeDeviceLinkProfile(const TKTrafo& trafo, int32_t
         if (progress && (node & 0xFFF) == 0) progress->SetProgress(double(node) / double(nodes));
     }
 
-    auto profile = TKMakeRef<TKICCProfileLink>();
-    TKICCHeader& header = profile->GetHeader();
-    header.deviceClass = TKICCSig("link");
-    header.colorSpace = srcType;
-    header.pcs = dstType;
-    header.version = 0x02400000;
-    profile->AddTextTag(TKICCSig("desc"), description);
-    profile->AddTextTag(TKICCSig("cprt"), "No rights reserved");
-    profile->AddEmptySequence();
-    profile->AddTag(table.Get(), false);
     if (progress) progress->SetProgress(1.0);
-    return profile;
+    return LinkProfileAround(table.Get(), srcType, dstType, description);
+}
+
+TKRefPtr<TKICCProfileLink> TKMakeCurveLinkProfile(uint32_t type, const std::vector<TKVector>& curves,
+                                                  const TKString& description) {
+    const int32_t channels = int32_t(curves.size());
+    if (channels < 1 || channels > kMaxLutChannels) TKThrowMsg(ArgErr, "a curve link has 1 to 15 channels");
+    const uint32_t device = DeviceSide(int32_t(type), channels);
+    const int32_t entries = curves.front().GetDim();
+    if (entries < 2 || entries > 4096) TKThrowMsg(ArgErr, "a curve has 2 to 4096 entries");
+    for (const TKVector& curve : curves) {
+        if (curve.GetDim() != entries) TKThrowMsg(ArgErr, "the curves of a link have one length");
+        for (int32_t i = 0; i < entries; ++i)
+            if (!std::isfinite(curve[i])) TKThrowMsg(ArgErr, "a curve value is not a number");
+    }
+    // The curves go in the input tables; a grid of two nodes per axis and the output tables are
+    // the identity, so the profile applies exactly the curves, channel by channel.
+    auto table = TKMakeRef<TKICCLutTag>(TKICCSig("mft2"), TKICCSig("A2B0"));
+    table->SetupLut16(channels, channels, entries, 2, 2);
+    for (int32_t c = 0; c < channels; ++c) {
+        for (int32_t i = 0; i < entries; ++i)
+            table->SetInputCurvePoint(c, i, uint16_t(std::lround(std::clamp(curves[size_t(c)][i], 0.0, 1.0) * 65535.0)));
+        table->SetOutputCurvePoint(c, 1, 0xFFFF);
+    }
+    std::vector<uint16_t> values(static_cast<size_t>(channels));
+    for (uint32_t node = 0; node < (1u << channels); ++node) {
+        for (int32_t c = 0; c < channels; ++c) values[size_t(c)] = (node >> (channels - 1 - c)) & 1u ? 0xFFFF : 0;
+        table->SetGridPoint(int64_t(node), values.data());
+    }
+    return LinkProfileAround(table.Get(), device, device, description);
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <vector>
 
 #include "icc/TKICCProfile.h"
 #include "numeric/TKTrafo.h"
@@ -15,3 +16,10 @@ class TKProgress;
 // trafos or grids, MemFullErr for a table beyond 64 MB.
 TKRefPtr<TKICCProfileLink> TKMakeDeviceLinkProfile(const TKTrafo& trafo, int32_t gridPoints,
                                                    const TKString& description, TKProgress* progress = nullptr);
+
+// A device link that applies one curve per channel of `type` (a device type of 1 to 15
+// channels): curves[c] holds 2..4096 equally spaced samples of channel c's curve, input and output
+// both 0..1 of the channel's range; values are clipped to 0..1. Calibration curves travel so to
+// hosts that read ICC links. ArgErr for other types, counts, lengths or NaN.
+TKRefPtr<TKICCProfileLink> TKMakeCurveLinkProfile(uint32_t type, const std::vector<TKVector>& curves,
+                                                  const TKString& description);

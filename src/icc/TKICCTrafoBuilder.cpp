@@ -2,6 +2,9 @@
 // matrix-shaper and gray forms, and resampling into a grid of a wanted size.
 #include "icc/TKICCTrafoBuilder.h"
 
+#include <algorithm>
+
+#include "color/TKCIEConverter.h"
 #include "color/TKCIETools.h"
 #include "color/TKColor2NormTrafo.h"
 #include "color/TKColors.h"
@@ -242,7 +245,33 @@ void TKICCTrafoBuilder::LoadRGBCurves(TKRGBXYZBaseTrafo& trafo) {
     }
 }
 
-void TKICCTrafoBuilder::LoadGrayCurve(TKGrayTRCTrafo& trafo) { LoadCurve(trafo.GetCurveRef(), TKICCSig("kTRC")); }
+void TKICCTrafoBuilder::LoadGrayCurve(TKGrayTRCTrafo& trafo) { trafo.GetCurveRef() = CreateGrayTRC(); }
+
+TKCurveLinearization TKICCTrafoBuilder::CreateGrayTRC() {
+    const uint32_t signature = TKICCSig("kTRC");
+    if (!HasTag(signature)) {
+        const uint32_t table = GetA2BTag(1);
+        if (ColorSpace() != TKGraySpace || !PCSIsCIE() || !HasTag(table))
+            TKThrowMsg(MissingICCTag, "no gray curve and no A2B table to make one from");
+        TKRefPtr<TKTrafoList> lut = GetLutTrafo(table);
+        // 256 samples from black to white, as an 8-bit gray needs; a table that turns back
+        // is held level there, so the curve stays invertible.
+        constexpr int32_t kSamples = 256;
+        TKVector samples(kSamples);
+        double last = 0.0;
+        for (int32_t i = 0; i < kSamples; ++i) {
+            const double device = double(i) / (kSamples - 1);
+            const TKVector pcs = lut->Trafo(TKVector({100.0 * (1.0 - device)}, TKGraySpace));
+            const double y = PCS() == kLab ? ConvertColor(kLab, pcs)[0] : ConvertColor(kXYZ, pcs)[1];
+            last = std::max(last, std::clamp(y / 100.0, 0.0, 1.0));
+            samples[i] = last;
+        }
+        fProfile->AddCurveTag(signature, samples);
+    }
+    TKCurveLinearization curve;
+    LoadCurve(curve, signature);
+    return curve;
+}
 
 TKRefPtr<TKTrafo> TKICCTrafoBuilder::GetRGBMatrixTrafoA2B(int32_t intent) {
     TKRefPtr<TKRGBXYZMatrixTrafo> trafo(new TKRGBXYZMatrixTrafo(true), true);

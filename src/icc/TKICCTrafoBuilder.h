@@ -58,6 +58,12 @@ public:
     TKRefPtr<TKTrafo> GetRGBMatrixTrafoA2B(int32_t intent);
     TKRefPtr<TKTrafo> GetRGBMatrixTrafoB2A(int32_t intent);
     TKRefPtr<TKTrafo> GetGrayTrafo(bool forward);
+    // The gray tone curve "kTRC" (device value 0 black to 1 white onto Y, or L* / 100 for a Lab
+    // connection space). A gray profile that describes its gray only by an A2B table gets the
+    // curve sampled from the relative table and stored as its "kTRC": the way back from the
+    // connection space then exists, and a written copy of the profile carries the curve.
+    // MissingICCTag when there is neither.
+    TKCurveLinearization CreateGrayTRC();
     // Colorants in the columns, D50 white relative, Y = 100.
     void SetMatrixFromProfile(TKRGBXYZBaseTrafo& trafo, int32_t intent);
     void LoadRGBCurves(TKRGBXYZBaseTrafo& trafo);

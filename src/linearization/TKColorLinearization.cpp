@@ -2,11 +2,25 @@
 #include "linearization/TKColorLinearization.h"
 
 #include <algorithm>
+#include <cmath>
 
+#include "color/TKColorDifference.h"
 #include "color/TKColors.h"
 #include "linearization/TKCurveSlope.h"
 
-TKColorLinearization::TKColorLinearization(uint32_t type) { Reset(type, GetChannelCount(type)); }
+TKColorLinearization::TKColorLinearization(uint32_t type) : fCalcMethod(kTKDeltaE76) {
+    Reset(type, GetChannelCount(type));
+}
+
+void TKColorLinearization::SetCalcSmoothing(double smoothing) {
+    if (std::isnan(smoothing)) TKThrowMsg(ArgErr, "smoothing is not a number");
+    fCalcSmoothing = smoothing;
+}
+
+void TKColorLinearization::SetCalcDifferenceMethod(int32_t method) {
+    if (method < 0 || method >= kTKDifferenceMethodCount) TKThrowMsg(ArgErr, "unknown colour difference method");
+    fCalcMethod = method;
+}
 
 void TKColorLinearization::Reset(uint32_t type, int32_t count) {
     SetCount(0);  // drop every old curve: a fresh state, not the old curves of kept channels

@@ -22,6 +22,15 @@ public:
     // Limits the slope of every curve to minSlope..maxSlope (see TKLimitCurveSlope).
     void LimitSlope(double minSlope, double maxSlope);
 
+    // How the next calculation into this object measures and smooths, as a host sets it on the
+    // handle: the smoothing spline's parameter (negative: none, the default) and the tone
+    // measure, a colour difference method (kTKDeltaE76 by default). ArgErr for NaN or a method
+    // outside the table.
+    void SetCalcSmoothing(double smoothing);
+    double GetCalcSmoothing() const { return fCalcSmoothing; }
+    void SetCalcDifferenceMethod(int32_t method);
+    int32_t GetCalcDifferenceMethod() const { return fCalcMethod; }
+
     int32_t GetSrcType() const override;
     int32_t GetDstType(int32_t srcType) const override;
     TKVector Trafo(const TKVector& source) const override;
@@ -32,6 +41,8 @@ private:
     double ChannelScale(int32_t channel) const;
 
     uint32_t fType = 0;
+    double fCalcSmoothing = -1.0;
+    int32_t fCalcMethod;
 };
 
 // Several linearizations in a row: the first applied first. Each member keeps a count.

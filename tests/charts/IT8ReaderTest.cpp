@@ -1,9 +1,9 @@
 // The CGATS reader and writer: instrument quirks, type choice, collectors, bad input with its
 // line numbers, and files that read back to the same chart after writing.
-#include <dirent.h>
 
 #include <string>
 
+#include "charts/ChartTestFiles.h"
 #include "charts/TKColorChart.h"
 #include "charts/TKIT8Reader.h"
 #include "charts/TKIT8Writer.h"
@@ -270,13 +270,8 @@ TEST(IT8Writer, HeaderFieldsAndNumbers) {
 
 // Every chart file kept with the tests reads, writes and reads back to the same chart.
 TEST(IT8Writer, TestFilesRoundTrip) {
-    const std::string folder = TestDataPath("charts");
-    DIR* dir = opendir(folder.c_str());
-    ASSERT_NE(dir, nullptr);
     int files = 0, samples = 0;
-    while (dirent* entry = readdir(dir)) {
-        if (entry->d_name[0] == '.') continue;
-        const std::string path = folder + "/" + entry->d_name;
+    for (const std::string& path : TestDataFiles("charts")) {
         SCOPED_TRACE(path);
         TKColorChart chart;
         chart.Read(TKFileSpec(path.c_str()));
@@ -285,7 +280,6 @@ TEST(IT8Writer, TestFilesRoundTrip) {
         samples += chart.Count();
         for (int32_t t = 0; t < chart.TableCount(); ++t) samples += chart.Table(t).Count();
     }
-    closedir(dir);
     EXPECT_GE(files, 7);
     EXPECT_GE(samples, 1617 + 24 + 24 + 63 + 1 + 256 + 50);
 }
@@ -316,13 +310,8 @@ TEST(IT8Reader, ReferenceFiles) {
 
 // Inputs the fuzzer found: each reads or fails with a code, and what reads writes back alike.
 TEST(IT8Reader, FuzzFindingsStayFixed) {
-    const std::string folder = TestDataPath("charts-fuzz");
-    DIR* dir = opendir(folder.c_str());
-    ASSERT_NE(dir, nullptr);
     int files = 0;
-    while (dirent* entry = readdir(dir)) {
-        if (entry->d_name[0] == '.') continue;
-        const std::string path = folder + "/" + entry->d_name;
+    for (const std::string& path : TestDataFiles("charts-fuzz")) {
         SCOPED_TRACE(path);
         ++files;
         TKColorChart chart;
@@ -334,7 +323,6 @@ TEST(IT8Reader, FuzzFindingsStayFixed) {
         }
         ExpectRoundTrip(chart, path);
     }
-    closedir(dir);
     EXPECT_GE(files, 1);
 }
 

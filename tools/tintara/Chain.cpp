@@ -1,5 +1,6 @@
 // Builds the trafo of a chain of profiles or loads a saved link through the public interface.
 #include "Chain.h"
+#include "ConnectionSpace.h"
 
 #include <sys/stat.h>
 
@@ -11,6 +12,7 @@
 
 #include "LinkBake.h"
 #include "LinkFile.h"
+#include "MergeLinkFile.h"
 #include "ProfileInfo.h"
 
 namespace host {
@@ -45,9 +47,8 @@ uint32_t BigEndian32(const std::vector<uint8_t>& bytes, size_t at) {
                                        uint32_t(bytes[at + 2]) << 8 | bytes[at + 3];
 }
 
-// The grid bits that hold the A2B0 table of a device-link profile on its own nodes: the
-// smallest 2^bits + 1 at or above its grid points (the largest axis of an 'mAB ' table). The
-// host's default when the table is of another kind.
+}  // namespace
+
 int32_t GridBitsOfDeviceLink(const std::vector<uint8_t>& profile) {
     const TagPlace table = FindTag(profile, SignatureFrom("A2B0"));
     uint32_t points = 0;
@@ -66,6 +67,8 @@ int32_t GridBitsOfDeviceLink(const std::vector<uint8_t>& profile) {
     return bits;
 }
 
+namespace {
+
 // The intent a member asks for, with black point compensation when the chain wants it; the
 // header's intent is looked up first, as compensation needs to know which intent it is.
 int32_t MemberIntent(const ChainOptions& chain, const ChainOptions::Member& member) {
@@ -83,8 +86,42 @@ struct ProfileDeleter {
 // The intent bit that asks for a table into device values refined by inverse search.
 constexpr int32_t kRefineIntentBit = 0x40;
 
-// The connection space to device trafo of one profile.
-Ref FromConnectionSpace(const ChainOptions::Member& member, bool refine) {
+int32_t LabToXYZStep(const double* src, double* dst, void*) {
+    LabToXYZ(src, dst);
+    return 0;
+}
+
+int32_t XYZToLabStep(const double* src, double* dst, void*) {
+    XYZToLab(src, dst);
+    return 0;
+}
+
+// A pair of a trafo and a conversion between the connection spaces behind or before it.
+Ref Joined(const Ref& first, const Ref& second, const std::string& what) {
+    Ref both(TKConcatenateTrafos(TK_TRAFO_OF_REF(first.get()), TK_TRAFO_OF_REF(second.get()), nullptr, nullptr,
+                                 nullptr, nullptr));
+    if (!first.get() || !second.get() || !both.get()) throw Failure("cannot " + what);
+    return both;
+}
+
+Ref ConnectionStep(uint32_t from) {
+    const uint32_t to = from == kLab ? kXYZ : kLab;
+    return Ref(TKNewCustomTrafoRef(3, 3, from, to, from == kLab ? LabToXYZStep : XYZToLabStep, nullptr));
+}
+
+// The chain's end brought to `pcsType` (0: as it is). The library converts single colours into
+// the other connection space behind a chain, but a link baked through that conversion gives
+// wrong colours (an XYZ profile's chain into Lab), so the host's own step goes behind instead.
+Ref EndingIn(Ref trafo, uint32_t pcsType) {
+    const uint32_t own = TKGetTrafoDstType(trafo.get());
+    if (pcsType == 0 || own == pcsType) return trafo;
+    if (own != kLab && own != kXYZ) throw Failure("the chain ends in " + SignatureText(own) + ", not in a connection space");
+    return Joined(trafo, ConnectionStep(own), "end the trafo in " + SignatureText(pcsType));
+}
+
+// The connection space to device trafo of one profile, taking colours of `pcsType`: where the
+// profile's connection space is the other one, a conversion goes in front.
+Ref FromConnectionSpace(const ChainOptions::Member& member, bool refine, uint32_t pcsType) {
     std::unique_ptr<TKICCProfile, ProfileDeleter> profile(TKNewICCProfileRef());
     if (!profile) throw Failure("cannot create a profile object");
     FileSpec spec(member.path);
@@ -92,7 +129,9 @@ Ref FromConnectionSpace(const ChainOptions::Member& member, bool refine) {
     Ref trafo;
     Check(TKGetICCProfileTrafo(trafo.out(), profile.get(), 0, member.intent | (refine ? kRefineIntentBit : 0)),
           "building the connection space to device trafo of " + member.path);
-    return trafo;
+    const uint32_t own = TKGetTrafoSrcType(trafo.get());
+    if (own == pcsType || (own != kLab && own != kXYZ)) return trafo;
+    return Joined(ConnectionStep(pcsType), trafo, "start the trafo of " + member.path + " in " + SignatureText(pcsType));
 }
 #endif
 
@@ -169,6 +208,16 @@ bool ChainOptions::Take(Args& args) {
     return true;
 }
 
+Ref BakeDeviceLinkProfile(const std::string& path, int32_t gridBits) {
+    FileSpec spec(path);
+    TKFileSpec* specs[] = {spec.get()};
+    const int32_t intents[] = {0};
+    Ref trafo;
+    Check(TKConcatICCProfiles(trafo.out(), 1, specs, intents), "reading device link " + path);
+    double seconds = 0;
+    return BakeLink(trafo.get(), gridBits ? gridBits : GridBitsOfDeviceLink(ReadFileBytes(path)), seconds);
+}
+
 bool IsDeviceLinkProfile(const std::string& path) {
     const std::vector<uint8_t> head = FileHead(path);
     return KindOfLinkFile(head) == LinkFileKind::IccProfile && BigEndian32(head, 12) == SignatureFrom("link");
@@ -183,21 +232,16 @@ Ref LoadLink(const std::string& path) {
     RequireReadable(path);
     const std::vector<uint8_t> head = FileHead(path);
     const LinkFileKind kind = KindOfLinkFile(head);
+    if (IsMergeLinkFile(head)) return LoadMergeLink(path);
     if (kind == LinkFileKind::Unknown)
-        throw Failure("cannot read link " + path + ": neither a link file nor an ICC device-link profile");
+        throw Failure("cannot read link " + path + ": neither a link file, a merge link file nor an ICC device-link profile");
     if (kind == LinkFileKind::IccProfile) {
         const uint32_t deviceClass = BigEndian32(head, 12);
         if (deviceClass != SignatureFrom("link"))
             throw Failure("cannot read link " + path + ": an ICC profile of class '" + SignatureText(deviceClass) +
                           "', not a device link (give it with -p)");
         if (!HaveProfiles()) throw Failure("cannot read link " + path + ": this build of the library reads no ICC profiles");
-        FileSpec spec(path);
-        TKFileSpec* specs[] = {spec.get()};
-        const int32_t intents[] = {0};
-        Ref trafo;
-        Check(TKConcatICCProfiles(trafo.out(), 1, specs, intents), "reading device link " + path);
-        double seconds = 0;
-        return BakeLink(trafo.get(), GridBitsOfDeviceLink(ReadFileBytes(path)), seconds);
+        return BakeDeviceLinkProfile(path, kHostDefaultGrid);
     }
     Ref link(TKNewTKLink16Ref());
     if (!link.get()) throw Failure("cannot create a link object");
@@ -206,23 +250,26 @@ Ref LoadLink(const std::string& path) {
     return link;
 }
 
-Ref BuildMergeLink(const ChainOptions& chain, int32_t gridBits) {
-    if (!chain.link.empty() || !chain.profiles.empty())
-        throw UsageError("give either merge-link profiles (-m) or a link or profiles, not both");
-    if (chain.pcsIn || chain.pcsOut) throw UsageError("--from and --to do not apply to a merge link");
+Ref MergeLinkOfProfiles(const std::vector<std::string>& paths, const std::vector<int32_t>& gridBits) {
     std::vector<std::unique_ptr<FileSpec>> specs;
     std::vector<TKFileSpec*> pointers;
-    for (const std::string& path : chain.merge) {
+    for (const std::string& path : paths) {
         RequireReadable(path);
         specs.push_back(std::make_unique<FileSpec>(path));
         pointers.push_back(specs.back()->get());
     }
-    const std::vector<int32_t> grids(pointers.size(), gridBits);
     Ref link(TKNewTKMCLink16Ref());
     if (!link.get()) throw Failure("cannot create a merge link object");
-    Check(TKDLProfiles2MCLink16(link.get(), int32_t(pointers.size()), pointers.data(), grids.data()),
+    Check(TKDLProfiles2MCLink16(link.get(), int32_t(pointers.size()), pointers.data(), gridBits.data()),
           "building the merge link of " + std::to_string(pointers.size()) + " device-link profiles");
     return link;
+}
+
+Ref BuildMergeLink(const ChainOptions& chain, int32_t gridBits) {
+    if (!chain.link.empty() || !chain.profiles.empty())
+        throw UsageError("give either merge-link profiles (-m) or a link or profiles, not both");
+    if (chain.pcsIn || chain.pcsOut) throw UsageError("--from and --to do not apply to a merge link");
+    return MergeLinkOfProfiles(chain.merge, std::vector<int32_t>(chain.merge.size(), gridBits));
 }
 
 Ref BuildTrafo(const ChainOptions& chain) {
@@ -241,7 +288,7 @@ Ref BuildTrafo(const ChainOptions& chain) {
         if (chain.pcsOut) throw UsageError("--from and --to together make no trafo");
         ChainOptions::Member member = chain.profiles.front();
         member.intent = MemberIntent(chain, member);
-        return FromConnectionSpace(member, chain.refine);
+        return FromConnectionSpace(member, chain.refine, chain.pcsIn);
     }
     std::vector<std::unique_ptr<FileSpec>> specs;
     std::vector<TKFileSpec*> pointers;
@@ -254,10 +301,9 @@ Ref BuildTrafo(const ChainOptions& chain) {
         names += (names.empty() ? "" : " -> ") + member.path;
     }
     Ref trafo;
-    Check(TKConcatICCProfilesEx(trafo.out(), 0, chain.pcsOut, int32_t(pointers.size()), pointers.data(),
-                                intents.data()),
+    Check(TKConcatICCProfilesEx(trafo.out(), 0, 0, int32_t(pointers.size()), pointers.data(), intents.data()),
           "building the trafo of " + names);
-    return trafo;
+    return EndingIn(std::move(trafo), chain.pcsOut);
 #else
     throw Failure("this build of the library has no profile functions");
 #endif

@@ -1,5 +1,6 @@
 // tintara calibrate: tone curves or gray balance from measured step wedges, written as a CGATS
-// curve file and as a device link that 'tintara apply' puts in front of a job.
+// curve file, as a device link that 'tintara apply' puts in front of a job, and as an ICC
+// device-link profile for any colour management system.
 #include <cstdio>
 #include <ctime>
 #include <sstream>
@@ -7,6 +8,9 @@
 #include "CalibrationData.h"
 #include "Commands.h"
 #include "LinkBake.h"
+#include "color/TKColors.h"
+#include "icc/TKICCLinkProfileWriter.h"
+#include "io/TKFileSpec.h"
 
 namespace host {
 
@@ -28,6 +32,7 @@ const char* const kUsage =
     "  -o, --output FILE     the CGATS curve file to write\n"
     "  -n, --steps N         rows of the curve file, 2 to 4096 (default 256)\n"
     "  -k, --link FILE       the curves as a 16-bit device link\n"
+    "  -p, --profile FILE    the curves as an ICC device-link profile (curves of 4096 entries)\n"
     "  -g, --grid BITS       2^BITS + 1 grid points per axis of the link, 1-6\n";
 
 std::vector<double> ParseNumbers(const std::string& text, const std::string& option) {
@@ -44,7 +49,7 @@ std::vector<double> ParseNumbers(const std::string& text, const std::string& opt
 }
 
 struct Options {
-    std::string measured, reference, output, link;
+    std::string measured, reference, output, link, profile;
     std::vector<std::string> adjust;
     std::vector<double> limits, slope;
     bool gray = false;
@@ -63,6 +68,7 @@ Options ParseOptions(Args& args) {
         else if (word == "-o" || word == "--output") o.output = args.Value(word);
         else if (word == "-n" || word == "--steps") o.steps = args.IntValue(word, 2, 4096);
         else if (word == "-k" || word == "--link") o.link = args.Value(word);
+        else if (word == "-p" || word == "--profile") o.profile = args.Value(word);
         else if (word == "-g" || word == "--grid") o.gridBits = args.IntValue(word, 1, 6);
         else if (!IsOption(word) && o.measured.empty()) o.measured = word;
         else throw UsageError("unexpected argument " + word);
@@ -115,6 +121,28 @@ void WriteCurves(const std::string& path, const std::string& source, uint32_t ty
     }
     std::fputs("END_DATA\n", out);
     if (std::fclose(out) != 0) throw Failure("cannot write " + path);
+    file.Commit();
+}
+
+// The ICC device link of the curves: each channel sampled at 4096 equal steps of its range.
+void WriteCurveProfile(const std::string& path, const std::string& source, TKLinearizationRef lin, uint32_t type) {
+    constexpr int32_t kEntries = 4096;
+    const int32_t channels = GetChannelCount(type);
+    const size_t n = static_cast<size_t>(channels);
+    std::vector<TKVector> curves(n, TKVector(kEntries));
+    std::vector<double> in(n), out(n);
+    for (int32_t i = 0; i < kEntries; ++i) {
+        for (int32_t c = 0; c < channels; ++c) in[size_t(c)] = GetChannelMax(type, c) * i / (kEntries - 1);
+        Check(TKDoTrafo(lin, in.data(), out.data()), "applying the curves");
+        for (int32_t c = 0; c < channels; ++c) curves[size_t(c)][i] = out[size_t(c)] / GetChannelMax(type, c);
+    }
+    OutputFile file(path);
+    try {
+        const TKString description(("Calibration curves from " + source).c_str());
+        TKMakeCurveLinkProfile(type, curves, description)->WriteFile(TKFileSpec(TKString(file.TempPath().c_str())));
+    } catch (const TKError& error) {
+        throw Failure("cannot write " + path + ": " + error.message());
+    }
     file.Commit();
 }
 
@@ -174,6 +202,7 @@ int RunCalibrate(Args& args) {
         Check(TKSaveLink16(link.get(), spec.get()), "writing link " + o.link);
         file.Commit();
     }
+    if (!o.profile.empty()) WriteCurveProfile(o.profile, o.measured, lin.get(), data.device.type);
     // A short summary: each channel's curve at a quarter, half and three quarters.
     const std::vector<std::vector<double>> quarters = SampleCurves(lin.get(), channels, 5);
     std::printf("%s curves from %d rows of %s:\n", SignatureText(data.device.type).c_str(), data.Rows(),
@@ -183,6 +212,7 @@ int RunCalibrate(Args& args) {
                     quarters[2][size_t(c) + 1], quarters[3][size_t(c) + 1]);
     if (!o.output.empty()) std::printf("curves written to %s\n", o.output.c_str());
     if (!o.link.empty()) std::printf("device link written to %s\n", o.link.c_str());
+    if (!o.profile.empty()) std::printf("ICC device-link profile written to %s\n", o.profile.c_str());
     return 0;
 }
 

@@ -1,6 +1,6 @@
-// tintara chart: measurement files. `info` shows what a file holds, `convert` writes it again,
-// with measured values converted to another colour type, chosen columns, repeated patches
-// averaged, or in the CSC form. Charts have no function in the C interface, so this command uses
+// tintara chart: measurement files, CGATS text or CxF3 XML. `info` shows what a file holds,
+// `convert` writes it again, in either format, with measured values converted to another colour
+// type, chosen columns, repeated patches averaged, or in the CSC form. Charts have no function in the C interface, so this command uses
 // the engine's charts layer directly.
 #include <algorithm>
 #include <cctype>
@@ -11,6 +11,8 @@
 #include "Commands.h"
 #include "charts/TKCSCFormat.h"
 #include "charts/TKColorChart.h"
+#include "charts/TKCxFSpotInk.h"
+#include "charts/TKCxFWriter.h"
 #include "charts/TKIT8Writer.h"
 #include "color/TKColors.h"
 #include "foundation/TKError.h"
@@ -21,16 +23,20 @@ namespace {
 
 const char* const kUsage =
     "usage: tintara chart info FILE\n"
-    "       tintara chart convert IN OUT [--to TYPE] [--add TYPE] [--keep LIST] [--merge] [--csc]\n"
-    "info shows the kind of file, its keywords, fields, sample count and colour types, and the\n"
-    "tables that follow the first.\n"
-    "convert reads a CGATS file (.ti1 .ti2 .ti3 .txt .cie and the like) and writes it as CGATS:\n"
+    "       tintara chart convert IN OUT [--to TYPE] [--add TYPE] [--keep LIST] [--merge]\n"
+    "                                    [--cgats | --cxf | --csc]\n"
+    "info shows the kind of file, its keywords, fields, sample count and colour types, the\n"
+    "tables that follow the first, and the tints and opacity of a spot ink.\n"
+    "convert reads a CGATS file (.ti1 .ti2 .ti3 .txt .cie and the like) or a CxF3 file (told by\n"
+    "the content) and writes CxF3 when OUT ends in .cxf, CGATS otherwise:\n"
     "  --to TYPE    measured values converted to TYPE (Lab, XYZ, LCh, Luv, Yxy, ...), which then\n"
     "               replaces the other measured types\n"
     "  --add TYPE   the same, keeping the measured types the file has\n"
     "  --keep LIST  only these columns, comma-separated: colour types (CMYK, Lab, XYZ, refl, ...)\n"
     "               and field names (SAMPLE_ID, SAMPLE_NAME, SAMPLE_LOC, other columns)\n"
     "  --merge      patches with equal device values become one, with their mean measurement\n"
+    "  --cgats      write CGATS whatever the name of OUT\n"
+    "  --cxf        write CxF3 (ISO 17972, with the spot ink characterisation of a spot chart)\n"
     "  --csc        write the CSC text (device values, then Lab) instead of CGATS\n";
 
 std::string Text(const TKString& text) { return std::string(text.CString(), size_t(text.Length())); }
@@ -73,6 +79,38 @@ void PrintKeywords(const TKDataBase& base, const std::string& prefix) {
     }
 }
 
+// The tints of a spot ink per background, and its opacity where both backgrounds are measured.
+void PrintSpotInk(const TKColorChart& chart) {
+    if (!TKSpotInkChart(chart)) return;
+    std::vector<std::string> backgrounds;
+    for (int32_t i = 0; i < chart.Count(); ++i) {
+        TKString background;
+        double tint = 0;
+        if (TKSpotInkSample(chart, i, background, tint) &&
+            std::find(backgrounds.begin(), backgrounds.end(), Text(background)) == backgrounds.end())
+            backgrounds.push_back(Text(background));
+    }
+    std::printf("spot ink: %s\n", Text(chart.Keyword("SpotInkName")).c_str());
+    for (const std::string& background : backgrounds) {
+        std::printf("  on %s:", background.c_str());
+        for (int32_t i : TKSpotInkTints(chart, background.c_str())) {
+            TKString on;
+            double tint = 0;
+            TKSpotInkSample(chart, i, on, tint);
+            std::printf(" %g", tint);
+        }
+        std::printf(" %%\n");
+    }
+    try {
+        const std::vector<TKSpotInkOpacity> opacities = TKSpotInkOpacities(chart);
+        std::printf("  opacity:");
+        for (const TKSpotInkOpacity& o : opacities) std::printf(" %g%%=%.1f", o.tint, o.opacity);
+        std::printf("\n");
+    } catch (const TKError&) {
+        // Without the bare substrate and black, or without measurements, there is no opacity.
+    }
+}
+
 void PrintTable(const TKColorChart& chart, int table) {
     std::printf("table %d: %s, %d samples\n", table, Text(chart.Keyword("STANDARD")).c_str(), chart.Count());
     std::printf("keywords:\n");
@@ -86,6 +124,25 @@ void PrintTable(const TKColorChart& chart, int table) {
                     GetChannelCount(type));
     if (chart.ColorTypes().empty()) std::printf(" none");
     std::printf("\n");
+    PrintSpotInk(chart);
+}
+
+// Whether a file is XML (a CxF3 document) rather than CGATS text.
+bool IsXML(const std::string& path) {
+    FILE* file = std::fopen(path.c_str(), "rb");
+    if (!file) return false;
+    int c = 0;
+    while ((c = std::fgetc(file)) == ' ' || c == '\t' || c == '\r' || c == '\n' || c == 0xEF || c == 0xBB || c == 0xBF) {
+    }
+    std::fclose(file);
+    return c == '<';
+}
+
+bool EndsWith(const std::string& text, const std::string& tail) {
+    if (text.size() < tail.size()) return false;
+    std::string end = text.substr(text.size() - tail.size());
+    for (char& c : end) c = char(std::tolower(static_cast<unsigned char>(c)));
+    return end == tail;
 }
 
 int Info(Args& args) {
@@ -93,7 +150,7 @@ int Info(Args& args) {
     const std::string path = args.Take();
     if (!args.Done()) throw UsageError("unexpected '" + args.Peek() + "'");
     const TKRefPtr<TKColorChart> chart = Load(path);
-    std::printf("%s\n", path.c_str());
+    std::printf("%s (%s)\n", path.c_str(), IsXML(path) ? "CxF3" : "CGATS");
     PrintTable(*chart, 1);
     for (int32_t t = 0; t < chart->TableCount(); ++t) PrintTable(chart->Table(t), t + 2);
     return 0;
@@ -143,7 +200,7 @@ TKRefPtr<TKColorChart> Keep(const TKColorChart& chart, const std::string& list) 
 int Convert(Args& args) {
     std::vector<std::string> words;
     std::string to, add, keep;
-    bool merge = false, csc = false;
+    bool merge = false, csc = false, cxf = false, cgats = false;
     while (!args.Done()) {
         const std::string word = args.Take();
         if (word == "--to") to = args.Value(word);
@@ -151,11 +208,15 @@ int Convert(Args& args) {
         else if (word == "--keep") keep = args.Value(word);
         else if (word == "--merge") merge = true;
         else if (word == "--csc") csc = true;
+        else if (word == "--cxf") cxf = true;
+        else if (word == "--cgats") cgats = true;
         else if (IsOption(word)) throw UsageError("unknown option '" + word + "'");
         else words.push_back(word);
     }
     if (words.size() != 2) throw UsageError("chart convert needs an input and an output file");
     if (!to.empty() && !add.empty()) throw UsageError("--to and --add exclude each other");
+    if (int(csc) + int(cxf) + int(cgats) > 1) throw UsageError("--cgats, --cxf and --csc exclude each other");
+    if (!csc && !cgats && (EndsWith(words[1], ".cxf") || EndsWith(words[1], ".cxf3"))) cxf = true;
     TKRefPtr<TKColorChart> chart = Load(words[0]);
     try {
         if (merge) chart = chart->MergeDuplicates();
@@ -174,11 +235,14 @@ int Convert(Args& args) {
             if (!measured) throw Failure(words[0] + ": the CSC text needs measured values");
             CSCFormatMatrixWriter(chart->Matrix(chart->DeviceType()), chart->Matrix(measured))
                 .WriteFile(TKFileSpec(output.TempPath().c_str()));
+        } else if (cxf) {
+            TKCxFWriter(*chart).WriteFile(TKFileSpec(output.TempPath().c_str()));
         } else {
             IT8FormatChartWriter(*chart).WriteFile(TKFileSpec(output.TempPath().c_str()));
         }
         output.Commit();
-        std::printf("%s: %d samples, %zu fields\n", words[1].c_str(), chart->Count(), chart->WritableFields().size());
+        std::printf("%s: %s, %d samples, %zu fields\n", words[1].c_str(), csc ? "CSC" : cxf ? "CxF3" : "CGATS", chart->Count(),
+                    chart->WritableFields().size());
     } catch (const TKError& error) {
         throw Failure(words[0] + ": " + TKError::TextOf(error.code()) + " (" + std::to_string(error.code()) + "): " + error.message());
     }

@@ -8,6 +8,7 @@
 
 #include "Chain.h"
 #include "Commands.h"
+#include "ConnectionSpace.h"
 
 namespace host {
 
@@ -18,28 +19,6 @@ const char* const kUsage =
     "Converts colours. Give the values of one or more colours as arguments, or none (or '-') to\n"
     "read standard input, one colour a line. Units: RGB 0-255, inks 0-100, Lab as is, XYZ with\n"
     "Y = 100 for the white.\n\noptions:\n";
-
-// D50, the white of the connection space, Y = 100.
-constexpr double kWhite[3] = {96.42, 100.0, 82.49};
-
-double LabF(double t) { return t > 216.0 / 24389.0 ? std::cbrt(t) : (24389.0 / 27.0 * t + 16.0) / 116.0; }
-double LabFInverse(double f) { return f * f * f > 216.0 / 24389.0 ? f * f * f : (116.0 * f - 16.0) * 27.0 / 24389.0; }
-
-// Host-side conversions between the two connection spaces, for a profile whose own connection
-// space differs from the one the user speaks.
-void LabToXYZ(const double* lab, double* xyz) {
-    const double fy = (lab[0] + 16.0) / 116.0;
-    const double f[3] = {fy + lab[1] / 500.0, fy, fy - lab[2] / 200.0};
-    for (int i = 0; i < 3; ++i) xyz[i] = kWhite[i] * LabFInverse(f[i]);
-}
-
-void XYZToLab(const double* xyz, double* lab) {
-    double f[3];
-    for (int i = 0; i < 3; ++i) f[i] = LabF(xyz[i] / kWhite[i]);
-    lab[0] = 116.0 * f[1] - 16.0;
-    lab[1] = 500.0 * (f[0] - f[1]);
-    lab[2] = 200.0 * (f[1] - f[2]);
-}
 
 bool ParseNumber(const std::string& text, double& value) {
     char* end = nullptr;

@@ -25,7 +25,10 @@ const char* const kUsage =
     "      --planar         one plane per sample\n"
     "  -c, --compression C  none, lzw, deflate or packbits (default lzw)\n"
     "  -e, --embed FILE     ICC profile to embed\n"
-    "  -r, --resolution DPI (default 300)\n";
+    "  -r, --resolution DPI (default 300)\n"
+    "  -t, --tiles SIZE     tiles of SIZE x SIZE pixels (a multiple of 16) instead of strips\n"
+    "  -n, --noise CODES    add up to this many 8-bit codes of fixed pseudo-random noise to each\n"
+    "                       sample, so that neighbours rarely repeat, as in a photo (default 0)\n";
 
 struct Rgb {
     double r, g, b;  // 0 to 1
@@ -80,6 +83,14 @@ Rgb ColourAt(uint32_t x, uint32_t y, uint32_t w, uint32_t h) {
     return {u, k, 1.0 - 0.5 * (u + k)};
 }
 
+// A fixed hash of a sample's place: noise that is the same in every run.
+uint32_t Noise(uint32_t x, uint32_t y, uint32_t s) {
+    uint32_t h = x * 0x9E3779B1u ^ (y + 0x7F4A7C15u) * 0x85EBCA77u ^ (s + 1) * 0xC2B2AE3Du;
+    h ^= h >> 15;
+    h *= 0x2C1B3C6Du;
+    return h ^ (h >> 12);
+}
+
 }  // namespace
 
 int RunTestImage(Args& args) {
@@ -91,6 +102,7 @@ int RunTestImage(Args& args) {
     image.xResolution = image.yResolution = 300;
     std::string space = "rgb", output, embed;
     bool alpha = false;
+    int noise = 0;
     while (!args.Done()) {
         if (WantsHelp(args, kUsage)) return 0;
         const std::string word = args.Take();
@@ -116,6 +128,13 @@ int RunTestImage(Args& args) {
             image.compression = CompressionFrom(args.Value(word));
         } else if (word == "-e" || word == "--embed") {
             embed = args.Value(word);
+        } else if (word == "-t" || word == "--tiles") {
+            const int size = args.IntValue(word, 16, 4096);
+            if (size % 16 != 0) throw UsageError("tiles are a multiple of 16 pixels a side");
+            image.tiled = true;
+            image.tileWidth = image.tileHeight = uint32_t(size);
+        } else if (word == "-n" || word == "--noise") {
+            noise = args.IntValue(word, 0, 64);
         } else if (word == "-r" || word == "--resolution") {
             image.xResolution = image.yResolution = float(args.IntValue(word, 1, 100000));
         } else if (IsOption(word) || !output.empty()) {
@@ -151,7 +170,8 @@ int RunTestImage(Args& args) {
             }
             if (alpha) values[colours] = double(x + y) / double(image.width + image.height - 2 > 0 ? image.width + image.height - 2 : 1);
             for (uint16_t s = 0; s < image.samples; ++s) {
-                const uint32_t sample = uint32_t(std::lround(std::clamp(values[s], 0.0, 1.0) * full));
+                const double offset = noise ? double(Noise(x, y, s) % uint32_t(2 * noise + 1)) - noise : 0.0;
+                const uint32_t sample = uint32_t(std::lround(std::clamp(values[s] + offset / 255.0, 0.0, 1.0) * full));
                 const uint64_t pixel = uint64_t(y) * image.width + x;
                 const uint64_t at = image.planar ? pixel : pixel * image.samples + s;
                 auto& plane = image.planes[image.planar ? s : 0];

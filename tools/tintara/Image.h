@@ -1,5 +1,6 @@
 // A raster in memory as TIFF holds it: 8 or 16 bits, interleaved or one plane per sample, with
-// the tags a colour job keeps (resolution, compression, extra samples, embedded profile).
+// the tags a colour job keeps (resolution, compression, extra samples, embedded profile, metadata).
+// A band of rows of a streamed image is an Image of the band's height.
 #pragma once
 
 #include <cstdint>
@@ -59,18 +60,26 @@ struct ImageShape {
     uint16_t extra = 0;         // extra samples (alpha and the like) after the colour channels
     std::vector<uint16_t> extraKinds;
     bool planar = false;
-    uint16_t photometric = 0;   // PHOTOMETRIC_MINISWHITE, _MINISBLACK, _RGB or _SEPARATED
+    uint16_t photometric = 0;   // TIFF's: MINISWHITE, MINISBLACK, RGB, SEPARATED, CIELAB or ICCLAB
     uint16_t inkSet = 0;        // 0 when not given
     uint16_t compression = 1;   // COMPRESSION_NONE
     uint16_t predictor = 0;     // 0 when not given
     uint32_t rowsPerStrip = 0;  // 0 when not given
+    bool tiled = false;
+    uint32_t tileWidth = 0, tileHeight = 0;
     bool hasResolution = false;
     float xResolution = 0, yResolution = 0;
     uint16_t resolutionUnit = 2;
     std::vector<uint8_t> iccProfile;
+    // Tags a job carries over untouched: a text, XMP, IPTC and Photoshop's resources.
+    std::string description;
+    std::vector<uint8_t> xmp, iptc, photoshop;
+    // Names of the colour channels of a many-ink image, as the file gives them (may be empty).
+    std::vector<std::string> inkNames;
 
     uint16_t ColourChannels() const { return uint16_t(samples - extra); }
     uint32_t BytesPerSample() const { return bits / 8u; }
+    bool IsLab() const { return photometric == 8 || photometric == 9; }  // CIELAB, ICCLAB
     // Bytes of one row in one buffer.
     uint64_t RowBytes() const { return uint64_t(width) * (planar ? 1u : samples) * BytesPerSample(); }
     // Bytes of all buffers together; UINT64_MAX where that does not fit.
@@ -90,18 +99,13 @@ struct Image : ImageShape {
     void Allocate(bool zeroed = true, uint64_t maxBytes = kMaxImageBytes);
 };
 
-// Reads a TIFF; a Failure names the file and what is wrong with it. An image that would decode
-// to more than `maxImageBytes`, or to more than its strips could hold, is refused unread.
-Image ReadTiff(const std::string& path, uint64_t maxImageBytes = kMaxImageBytes);
-// Writes a TIFF with the image's tags (to a path that an OutputFile manages).
+// Reads a whole TIFF, PNG or JPEG (told apart by content); a Failure names the file and what
+// is wrong with it. An image that would decode to more than `maxImageBytes`, or to more than its
+// strips could hold, is refused unread.
+Image ReadImage(const std::string& path, uint64_t maxImageBytes = kMaxImageBytes);
+// Writes a whole TIFF with the image's tags (to a path that an OutputFile manages).
 void WriteTiff(const std::string& path, const Image& image, const std::string& shownName);
-// Writes a PNG of an RGB or gray image, with an alpha channel if the image has one extra sample.
-void WritePng(const std::string& path, const Image& image, const std::string& shownName);
 // The TIFF compression of a name: none, lzw, deflate (zip) or packbits.
 uint16_t CompressionFrom(const std::string& name);
-// Throws a Failure naming `shownName` unless PNG can hold the image (gray or RGB, one alpha).
-void CheckPngFits(const Image& image, const std::string& shownName);
-// Whether a file name asks for PNG.
-bool IsPngName(const std::string& path);
 
 }  // namespace host

@@ -1,107 +1,90 @@
-// Pushes a whole raster through a ready link on several threads, strip by strip.
+// Matches one band of rows through a ready link.
 #include "MatchImage.h"
 
 #include <algorithm>
-#include <atomic>
 #include <climits>
-#include <condition_variable>
 #include <cstring>
-#include <mutex>
-#include <thread>
+#include <vector>
+
+#include "SampleCoding.h"
 
 namespace host {
 
 namespace {
 
-// Pixels a worker takes at a time, in whole rows: long calls let the library spread its per-call
-// setup, and a 4000-pixel-wide image still splits into a thousand tasks to balance.
-constexpr uint64_t kPixelsPerTask = 16384;
+// Pixels of one kernel call: long calls spread the library's per-call setup, short ones keep
+// the recoding buffers of Lab small.
+constexpr uint64_t kPixelsPerRun = 65536;
 
-// Matches `rows` rows from `row` on in one call, colour channels only: rows follow each other
-// without padding, so a run of rows is one long run of pixels.
-int32_t MatchRows(TKLinkRef link, const Image& in, Image& out, uint32_t row, uint32_t rows) {
-    const uint64_t inOffset = row * in.RowBytes(), outOffset = row * out.RowBytes();
-    const bool wide = in.bits == 16;
-    const int32_t count = int32_t(uint64_t(in.width) * rows);
-    if (!in.planar) {
-        const void* src = in.planes[0].data() + inOffset;
-        void* dst = out.planes[0].data() + outOffset;
-        return wide ? TKLink16Match(link, count, src, dst, in.extra, out.extra, nullptr, nullptr)
-                    : TKLink8Match(link, count, src, dst, in.extra, out.extra, nullptr, nullptr);
+// Pointers to the colour channels of rows from `first` on, and the step between pixels.
+template <class Pointer>
+std::vector<Pointer> ChannelPointers(const Image& band, uint32_t first, int32_t& step) {
+    std::vector<Pointer> pointers(band.ColourChannels());
+    step = band.planar ? 1 : band.samples;
+    for (uint16_t c = 0; c < band.ColourChannels(); ++c) {
+        const uint8_t* base = band.planes[band.planar ? c : 0].data() + first * band.RowBytes();
+        pointers[c] = Pointer(base + (band.planar ? 0 : c * band.BytesPerSample()));
     }
-    std::vector<const void*> src(in.ColourChannels());
-    std::vector<void*> dst(out.ColourChannels());
-    for (size_t c = 0; c < src.size(); ++c) src[c] = in.planes[c].data() + inOffset;
-    for (size_t c = 0; c < dst.size(); ++c) dst[c] = out.planes[c].data() + outOffset;
-    return wide ? TKLink16MatchPlanes(link, count, src.data(), dst.data(), 1, 1, nullptr, nullptr)
-                : TKLink8MatchPlanes(link, count, src.data(), dst.data(), 1, 1, nullptr, nullptr);
-}
-
-// Copies the extra samples of one interleaved row; planar extra planes are copied whole.
-void CopyExtraRow(const Image& in, Image& out, uint32_t row) {
-    const uint32_t bytes = in.BytesPerSample();
-    const uint8_t* src = in.planes[0].data() + row * in.RowBytes();
-    uint8_t* dst = out.planes[0].data() + row * out.RowBytes();
-    const size_t extraBytes = size_t(in.extra) * bytes;
-    for (uint32_t x = 0; x < in.width; ++x)
-        std::memcpy(dst + (size_t(x) * out.samples + out.ColourChannels()) * bytes,
-                    src + (size_t(x) * in.samples + in.ColourChannels()) * bytes, extraBytes);
+    return pointers;
 }
 
 }  // namespace
 
-void MatchImage(TKLinkRef link, const Image& in, Image& out, int threads, ProgressBar& progress) {
-    if (in.planar && in.extra > 0)
-        for (uint16_t e = 0; e < in.extra; ++e)
-            out.planes[out.ColourChannels() + e] = in.planes[in.ColourChannels() + e];
+BandMatcher::BandMatcher(TKLinkRef link, const ImageShape& in, const ImageShape& out)
+    : link_(link),
+      invertIn_(StoresLight(in)),
+      invertOut_(StoresLight(out)),
+      // Lab files go through 16-bit codes in the link's encoding.
+      recode_(in.IsLab() || out.IsLab()),
+      rowsPerRun_(uint32_t(std::max<uint64_t>(1, kPixelsPerRun / std::max(1u, in.width)))) {}
 
-    // Never more pixels in one call than a call can count.
-    const uint32_t rowsPerTask =
-        uint32_t(std::max<uint64_t>(1, std::min<uint64_t>(kPixelsPerTask, INT32_MAX) / std::max(1u, in.width)));
-    std::atomic<uint64_t> nextRow{0};  // wide enough not to wrap past the last row
-    std::atomic<uint32_t> rowsDone{0};
-    std::atomic<int32_t> firstError{0};
-    std::mutex mutex;
-    std::condition_variable wake;
-    int running = 0;
+void BandMatcher::Match(Image& in, Image& out, uint32_t rows) const {
+    if (invertIn_) InvertChannel(in, 0, 0, rows);
+    for (uint32_t first = 0; first < rows; first += rowsPerRun_)
+        Check(MatchRun(in, out, first, std::min(rowsPerRun_, rows - first)), "matching the pixels");
+    if (in.extra > 0) CopyExtra(in, out, rows);
+    if (invertOut_) InvertChannel(out, 0, 0, rows);
+}
 
-    auto work = [&] {
-        for (;;) {
-            const uint64_t next = nextRow.fetch_add(rowsPerTask);
-            if (next >= in.height || firstError.load() != 0) break;
-            const uint32_t first = uint32_t(next);
-            const uint32_t last = uint32_t(std::min<uint64_t>(in.height, next + rowsPerTask));
-            const int32_t code = MatchRows(link, in, out, first, last - first);
-            if (code != 0) {
-                int32_t none = 0;
-                firstError.compare_exchange_strong(none, code);
-                break;
-            }
-            if (!in.planar && in.extra > 0)
-                for (uint32_t row = first; row < last; ++row) CopyExtraRow(in, out, row);
-            rowsDone.fetch_add(last - first);
-        }
-        std::lock_guard<std::mutex> lock(mutex);
-        --running;
-        wake.notify_all();
-    };
-
-    const int count = std::max(1, std::min<int>(threads, int((uint64_t(in.height) + rowsPerTask - 1) / rowsPerTask)));
-    std::vector<std::thread> workers;
-    running = count;
-    for (int i = 0; i < count; ++i) workers.emplace_back(work);
-    {
-        // The calling thread draws the progress while the workers match.
-        std::unique_lock<std::mutex> lock(mutex);
-        while (running > 0) {
-            wake.wait_for(lock, std::chrono::milliseconds(100));
-            progress.Show(rowsDone.load(), in.height);
-        }
+int32_t BandMatcher::MatchRun(Image& in, Image& out, uint32_t first, uint32_t rows) const {
+    const int32_t count = int32_t(uint64_t(in.width) * rows);
+    if (recode_) {
+        std::vector<uint16_t> src(size_t(count) * in.ColourChannels()), dst(size_t(count) * out.ColourChannels());
+        ToLinkCodes(in, first, rows, src.data());
+        const int32_t code = TKLink16Match(link_, count, src.data(), dst.data(), 0, 0, nullptr, nullptr);
+        if (code == 0) FromLinkCodes(dst.data(), out, first, rows);
+        return code;
     }
-    for (auto& worker : workers) worker.join();
-    progress.Show(in.height, in.height);
-    progress.Finish();
-    Check(firstError.load(), "matching the pixels");
+    const bool wide = in.bits == 16;
+    if (!in.planar && !out.planar) {
+        const void* src = in.planes[0].data() + first * in.RowBytes();
+        void* dst = out.planes[0].data() + first * out.RowBytes();
+        return wide ? TKLink16Match(link_, count, src, dst, in.extra, out.extra, nullptr, nullptr)
+                    : TKLink8Match(link_, count, src, dst, in.extra, out.extra, nullptr, nullptr);
+    }
+    int32_t srcStep = 1, dstStep = 1;
+    std::vector<const void*> src = ChannelPointers<const void*>(in, first, srcStep);
+    std::vector<void*> dst = ChannelPointers<void*>(out, first, dstStep);
+    return wide ? TKLink16MatchPlanes(link_, count, src.data(), dst.data(), srcStep, dstStep, nullptr, nullptr)
+                : TKLink8MatchPlanes(link_, count, src.data(), dst.data(), srcStep, dstStep, nullptr, nullptr);
+}
+
+void BandMatcher::CopyExtra(const Image& in, Image& out, uint32_t rows) const {
+    const uint32_t bytes = in.BytesPerSample();
+    if (in.planar && out.planar) {
+        for (uint16_t e = 0; e < in.extra; ++e)
+            std::memcpy(out.planes[out.ColourChannels() + e].data(), in.planes[in.ColourChannels() + e].data(),
+                        size_t(rows * in.RowBytes()));
+        return;
+    }
+    const uint64_t pixels = uint64_t(in.width) * rows;
+    for (uint16_t e = 0; e < in.extra; ++e) {
+        const uint16_t from = uint16_t(in.ColourChannels() + e), to = uint16_t(out.ColourChannels() + e);
+        const uint8_t* src = in.planes[in.planar ? from : 0].data() + (in.planar ? 0 : from * bytes);
+        uint8_t* dst = out.planes[out.planar ? to : 0].data() + (out.planar ? 0 : to * bytes);
+        const uint64_t srcStep = (in.planar ? 1 : in.samples) * bytes, dstStep = (out.planar ? 1 : out.samples) * bytes;
+        for (uint64_t p = 0; p < pixels; ++p) std::memcpy(dst + p * dstStep, src + p * srcStep, bytes);
+    }
 }
 
 }  // namespace host

@@ -1,15 +1,16 @@
-// Writes RGB and gray results as PNG, for looking at a proof.
+// Reads and writes PNG images row by row through libpng: gray or RGB, 8 or 16 bits, one alpha.
 #include <png.h>
+#include <tiffio.h>
 
 #include <algorithm>
-#include <cctype>
 #include <csetjmp>
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <vector>
 
 #include "HostSupport.h"
-#include "Image.h"
+#include "ImageIO.h"
 
 namespace host {
 
@@ -18,6 +19,7 @@ namespace {
 struct FileCloser {
     void operator()(FILE* file) const { std::fclose(file); }
 };
+using FilePtr = std::unique_ptr<FILE, FileCloser>;
 
 void PngError(png_structp png, png_const_charp message) {
     auto* text = static_cast<std::string*>(png_get_error_ptr(png));
@@ -27,89 +29,217 @@ void PngError(png_structp png, png_const_charp message) {
 
 void PngWarning(png_structp, png_const_charp) {}
 
-// The PNG colour type of an image.
-int PngColourType(const Image& image, const std::string& shownName) {
-    CheckPngFits(image, shownName);
-    const uint16_t colours = image.ColourChannels();
-    if (colours == 1) return image.extra ? PNG_COLOR_TYPE_GRAY_ALPHA : PNG_COLOR_TYPE_GRAY;
-    return image.extra ? PNG_COLOR_TYPE_RGB_ALPHA : PNG_COLOR_TYPE_RGB;
-}
+// The XMP packet's keyword in an iTXt chunk, as Adobe's tools write it.
+constexpr const char* kXmpKey = "XML:com.adobe.xmp";
+
+// PNG counts pixels per metre; TIFF per inch (2) or per centimetre (3).
+double PerMetre(uint16_t unit) { return unit == 3 ? 100.0 : 100.0 / 2.54; }
+
+// The libpng structures of one file, released however the work ends.
+struct ReadHandles {
+    png_structp png = nullptr;
+    png_infop info = nullptr;
+    ~ReadHandles() { png_destroy_read_struct(&png, &info, nullptr); }
+};
+struct WriteHandles {
+    png_structp png = nullptr;
+    png_infop info = nullptr;
+    ~WriteHandles() { png_destroy_write_struct(&png, &info); }
+};
+
+// Reads rows in order; an interlaced file is decoded whole on the first band, since its rows
+// come complete only after the last pass.
+class PngReader : public ImageReader {
+public:
+    PngReader(const std::string& path, uint64_t maxImageBytes) : path_(path) {
+        file_.reset(std::fopen(path.c_str(), "rb"));
+        if (!file_) throw Failure("cannot read " + path + ": " + std::strerror(errno));
+        png_ = png_create_read_struct(PNG_LIBPNG_VER_STRING, &error_, PngError, PngWarning);
+        info_ = png_ ? png_create_info_struct(png_) : nullptr;
+        if (!info_) throw Failure("cannot read " + path + ": out of memory");
+        if (setjmp(png_jmpbuf(png_))) throw Failure("cannot read " + path_ + ": " + error_);
+        png_init_io(png_, file_.get());
+        // Decoded size is checked below; libpng's own limit on width and height stays.
+        png_read_info(png_, info_);
+        const png_uint_32 width = png_get_image_width(png_, info_), height = png_get_image_height(png_, info_);
+        const int depth = png_get_bit_depth(png_, info_), type = png_get_color_type(png_, info_);
+        interlaced_ = png_get_interlace_type(png_, info_) != PNG_INTERLACE_NONE;
+        // Palettes and small depths widen to 8-bit samples, transparency to an alpha channel.
+        if (type == PNG_COLOR_TYPE_PALETTE) png_set_palette_to_rgb(png_);
+        if (type == PNG_COLOR_TYPE_GRAY && depth < 8) png_set_expand_gray_1_2_4_to_8(png_);
+        if (png_get_valid(png_, info_, PNG_INFO_tRNS)) png_set_tRNS_to_alpha(png_);
+        if (depth == 16) png_set_swap(png_);  // samples in memory are in the machine's order
+        if (interlaced_) png_set_interlace_handling(png_);
+        png_read_update_info(png_, info_);
+        const int channels = png_get_channels(png_, info_);
+        const int outType = png_get_color_type(png_, info_);
+        shape_.width = width;
+        shape_.height = height;
+        shape_.bits = uint16_t(png_get_bit_depth(png_, info_));
+        shape_.samples = uint16_t(channels);
+        shape_.extra = (outType & PNG_COLOR_MASK_ALPHA) ? 1 : 0;
+        if (shape_.extra) shape_.extraKinds = {EXTRASAMPLE_UNASSALPHA};
+        shape_.photometric = (outType & PNG_COLOR_MASK_COLOR) ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISBLACK;
+        shape_.compression = COMPRESSION_ADOBE_DEFLATE;
+        shape_.predictor = 2;
+        png_uint_32 xppm = 0, yppm = 0;
+        int unit = 0;
+        if (png_get_pHYs(png_, info_, &xppm, &yppm, &unit) && unit == PNG_RESOLUTION_METER) {
+            shape_.hasResolution = true;
+            shape_.resolutionUnit = 2;
+            shape_.xResolution = float(xppm / PerMetre(2));
+            shape_.yResolution = float(yppm / PerMetre(2));
+        }
+        png_charp name = nullptr;
+        int compression = 0;
+        png_bytep profile = nullptr;
+        png_uint_32 profileLength = 0;
+        if (png_get_iCCP(png_, info_, &name, &compression, &profile, &profileLength) && profile)
+            shape_.iccProfile.assign(profile, profile + profileLength);
+        png_textp texts = nullptr;
+        const int count = png_get_text(png_, info_, &texts, nullptr);
+        for (int i = 0; i < count; ++i) {
+            const size_t length = texts[i].compression > 0 ? texts[i].itxt_length : texts[i].text_length;
+            if (std::strcmp(texts[i].key, kXmpKey) == 0) shape_.xmp.assign(texts[i].text, texts[i].text + length);
+            else if (std::strcmp(texts[i].key, "Description") == 0) shape_.description.assign(texts[i].text, length);
+        }
+        if (shape_.bits != 8 && shape_.bits != 16) throw Failure("cannot read " + path + ": unexpected sample depth");
+        if (shape_.TotalBytes() > std::min(maxImageBytes, kMaxImageBytes))
+            throw Failure("cannot read " + path + ": image of " + std::to_string(width) + " x " +
+                          std::to_string(height) + " pixels is too large (over " +
+                          std::to_string(std::min(maxImageBytes, kMaxImageBytes) >> 20) + " MiB; see --max-image)");
+        bandRows_ = interlaced_ ? shape_.height : DefaultBandRows(shape_);
+    }
+
+    void Read(Image& band, uint32_t rows) override {
+        rowPointers_.resize(rows);
+        for (uint32_t r = 0; r < rows; ++r) rowPointers_[r] = band.planes[0].data() + r * band.RowBytes();
+        if (!ReadRows(rows)) throw Failure("cannot read " + path_ + ": " + error_);
+    }
+
+private:
+    // Decodes into the row pointers set up; false after a libpng error.
+    bool ReadRows(uint32_t rows) {
+        if (setjmp(png_jmpbuf(png_))) return false;
+        if (interlaced_) png_read_image(png_, rowPointers_.data());
+        else png_read_rows(png_, rowPointers_.data(), nullptr, rows);
+        return true;
+    }
+
+    std::string path_, error_;
+    FilePtr file_;
+    ReadHandles handles_;
+    png_structp& png_ = handles_.png;
+    png_infop& info_ = handles_.info;
+    bool interlaced_ = false;
+    std::vector<png_bytep> rowPointers_;
+};
 
 // One row interleaved and big-endian, as PNG stores it.
-void PackRow(const Image& image, uint32_t row, std::vector<uint8_t>& out) {
-    const uint32_t bytes = image.BytesPerSample();
-    out.resize(size_t(image.width) * image.samples * bytes);
-    for (uint32_t x = 0; x < image.width; ++x)
-        for (uint16_t s = 0; s < image.samples; ++s) {
-            const uint8_t* from = image.planar
-                                      ? image.planes[s].data() + row * image.RowBytes() + uint64_t(x) * bytes
-                                      : image.planes[0].data() + row * image.RowBytes() +
-                                            (uint64_t(x) * image.samples + s) * bytes;
-            uint8_t* to = out.data() + (size_t(x) * image.samples + s) * bytes;
+void PackRow(const Image& band, uint32_t row, std::vector<uint8_t>& out) {
+    const uint32_t bytes = band.BytesPerSample();
+    out.resize(size_t(band.width) * band.samples * bytes);
+    for (uint32_t x = 0; x < band.width; ++x)
+        for (uint16_t s = 0; s < band.samples; ++s) {
+            const uint8_t* from = band.planar ? band.planes[s].data() + row * band.RowBytes() + uint64_t(x) * bytes
+                                              : band.planes[0].data() + row * band.RowBytes() +
+                                                    (uint64_t(x) * band.samples + s) * bytes;
+            uint8_t* to = out.data() + (size_t(x) * band.samples + s) * bytes;
             if (bytes == 1) {
                 to[0] = from[0];
             } else {
                 uint16_t value;
-                std::copy(from, from + 2, reinterpret_cast<uint8_t*>(&value));
+                std::memcpy(&value, from, 2);
                 to[0] = uint8_t(value >> 8);
                 to[1] = uint8_t(value & 0xFF);
             }
         }
 }
 
+class PngWriter : public ImageWriter {
+public:
+    PngWriter(const std::string& path, const ImageShape& shape, const std::string& shownName) : shownName_(shownName) {
+        file_.reset(std::fopen(path.c_str(), "wb"));
+        if (!file_) throw Failure("cannot write " + shownName + ": " + std::strerror(errno));
+        png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, &error_, PngError, PngWarning);
+        info_ = png_ ? png_create_info_struct(png_) : nullptr;
+        if (!info_) throw Failure("cannot write " + shownName + ": out of memory");
+        colourType_ = shape.ColourChannels() == 1 ? (shape.extra ? PNG_COLOR_TYPE_GRAY_ALPHA : PNG_COLOR_TYPE_GRAY)
+                                                           : (shape.extra ? PNG_COLOR_TYPE_RGB_ALPHA : PNG_COLOR_TYPE_RGB);
+        std::vector<png_text> texts;
+        if (!shape.xmp.empty()) {
+            xmpText_.assign(shape.xmp.begin(), shape.xmp.end());
+            png_text text{};
+            text.key = const_cast<png_charp>(kXmpKey);
+            text.compression = PNG_ITXT_COMPRESSION_NONE;
+            text.text = xmpText_.data();
+            text.itxt_length = xmpText_.size();
+            texts.push_back(text);
+        }
+        if (!shape.description.empty()) {
+            png_text text{};
+            text.key = const_cast<png_charp>("Description");
+            text.compression = PNG_TEXT_COMPRESSION_NONE;
+            text.text = const_cast<png_charp>(shape.description.c_str());
+            text.text_length = shape.description.size();
+            texts.push_back(text);
+        }
+        if (setjmp(png_jmpbuf(png_))) throw Failure("cannot write " + shownName_ + ": " + error_);
+        png_init_io(png_, file_.get());
+        png_set_IHDR(png_, info_, shape.width, shape.height, shape.bits, colourType_, PNG_INTERLACE_NONE,
+                     PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
+        if (shape.hasResolution && shape.resolutionUnit != 1)
+            png_set_pHYs(png_, info_, png_uint_32(shape.xResolution * PerMetre(shape.resolutionUnit) + 0.5),
+                         png_uint_32(shape.yResolution * PerMetre(shape.resolutionUnit) + 0.5), PNG_RESOLUTION_METER);
+        if (!shape.iccProfile.empty())
+            png_set_iCCP(png_, info_, "ICC profile", PNG_COMPRESSION_TYPE_BASE, shape.iccProfile.data(),
+                         png_uint_32(shape.iccProfile.size()));
+        if (!texts.empty()) png_set_text(png_, info_, texts.data(), int(texts.size()));
+        png_write_info(png_, info_);
+    }
+
+    void Write(const Image& band, uint32_t rows) override {
+        for (uint32_t r = 0; r < rows; ++r) {
+            PackRow(band, r, row_);
+            if (!WriteRow()) throw Failure("cannot write " + shownName_ + ": " + error_);
+        }
+    }
+
+    void Finish() override {
+        if (!End() || std::fflush(file_.get()) != 0) throw Failure("cannot write " + shownName_ + ": " + error_);
+    }
+
+private:
+    bool WriteRow() {
+        if (setjmp(png_jmpbuf(png_))) return false;
+        png_write_row(png_, row_.data());
+        return true;
+    }
+    bool End() {
+        if (setjmp(png_jmpbuf(png_))) return false;
+        png_write_end(png_, nullptr);
+        return true;
+    }
+
+    std::string shownName_, error_;
+    FilePtr file_;
+    WriteHandles handles_;
+    png_structp& png_ = handles_.png;
+    png_infop& info_ = handles_.info;
+    std::vector<char> xmpText_;
+    std::vector<uint8_t> row_;
+    int colourType_ = 0;
+};
+
 }  // namespace
 
-void CheckPngFits(const Image& image, const std::string& shownName) {
-    const uint16_t colours = image.ColourChannels();
-    if ((colours != 1 && colours != 3) || image.photometric == 5 /* separated */ || image.extra > 1)
-        throw Failure("cannot write " + shownName + ": PNG holds gray or RGB with at most one alpha, not " +
-                      std::to_string(colours) + " colour channels and " + std::to_string(image.extra) +
-                      " extra samples");
+std::unique_ptr<ImageReader> OpenPng(const std::string& path, uint64_t maxImageBytes) {
+    return std::make_unique<PngReader>(path, maxImageBytes);
 }
 
-bool IsPngName(const std::string& path) {
-    if (path.size() < 4) return false;
-    std::string end = path.substr(path.size() - 4);
-    std::transform(end.begin(), end.end(), end.begin(), [](unsigned char c) { return char(std::tolower(c)); });
-    return end == ".png";
-}
-
-void WritePng(const std::string& path, const Image& image, const std::string& shownName) {
-    const int colourType = PngColourType(image, shownName);
-    std::unique_ptr<FILE, FileCloser> file(std::fopen(path.c_str(), "wb"));
-    if (!file) throw Failure("cannot write " + shownName);
-    std::string error;
-    png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, &error, PngError, PngWarning);
-    png_infop info = png ? png_create_info_struct(png) : nullptr;
-    if (!info) {
-        png_destroy_write_struct(&png, nullptr);
-        throw Failure("cannot write " + shownName + ": out of memory");
-    }
-    std::vector<uint8_t> row;
-    if (setjmp(png_jmpbuf(png))) {
-        png_destroy_write_struct(&png, &info);
-        throw Failure("cannot write " + shownName + ": " + error);
-    }
-    png_init_io(png, file.get());
-    png_set_IHDR(png, info, image.width, image.height, image.bits, colourType, PNG_INTERLACE_NONE,
-                 PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-    if (image.hasResolution && image.resolutionUnit != 1) {
-        // PNG counts pixels per metre; TIFF per inch (2) or per centimetre (3).
-        const double perMetre = image.resolutionUnit == 3 ? 100.0 : 100.0 / 2.54;
-        png_set_pHYs(png, info, png_uint_32(image.xResolution * perMetre + 0.5),
-                     png_uint_32(image.yResolution * perMetre + 0.5), PNG_RESOLUTION_METER);
-    }
-    if (!image.iccProfile.empty())
-        png_set_iCCP(png, info, "ICC profile", PNG_COMPRESSION_TYPE_BASE, image.iccProfile.data(),
-                     png_uint_32(image.iccProfile.size()));
-    png_write_info(png, info);
-    for (uint32_t y = 0; y < image.height; ++y) {
-        PackRow(image, y, row);
-        png_write_row(png, row.data());
-    }
-    png_write_end(png, nullptr);
-    png_destroy_write_struct(&png, &info);
-    if (std::fflush(file.get()) != 0) throw Failure("cannot write " + shownName);
+std::unique_ptr<ImageWriter> CreatePngWriter(const std::string& path, const ImageShape& shape,
+                                             const std::string& shownName) {
+    return std::make_unique<PngWriter>(path, shape, shownName);
 }
 
 }  // namespace host

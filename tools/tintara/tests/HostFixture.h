@@ -132,6 +132,12 @@ inline double LargestDifference(const std::string& linkPath, const host::Image& 
     return largest;
 }
 
+inline void ExpectOneLineError(const Result& r, const std::string& mentions) {
+    EXPECT_EQ(r.code, 1) << r.err;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+    EXPECT_NE(r.err.find(mentions), std::string::npos) << r.err;
+}
+
 }  // namespace hosttest
 
 using namespace hosttest;

@@ -31,7 +31,7 @@ TEST_F(Host, EightBitPixelsAgreeWithDoTrafo) {
     ASSERT_EQ(r.code, 0) << r.err;
     // The 8-bit kernel rounds once more than the double evaluation: one step either way
     // (measured: 0.96).
-    EXPECT_LE(LargestDifference(Link("rgb-to-rgb.lnk"), host::ReadTiff(Path("in.tif")), host::ReadTiff(Path("out.tif")), 5), 1.0);
+    EXPECT_LE(LargestDifference(Link("rgb-to-rgb.lnk"), host::ReadImage(Path("in.tif")), host::ReadImage(Path("out.tif")), 5), 1.0);
 }
 
 TEST_F(Host, SixteenBitCmykPixelsAgreeWithDoTrafo) {
@@ -40,26 +40,26 @@ TEST_F(Host, SixteenBitCmykPixelsAgreeWithDoTrafo) {
     ASSERT_EQ(r.code, 0) << r.err;
     // The library evaluates a link in doubles through the same 16-bit tables: at most a rounding
     // step apart (measured: equal).
-    EXPECT_LE(LargestDifference(Link("cmyk-to-rgb.lnk"), host::ReadTiff(Path("in.tif")), host::ReadTiff(Path("out.tif")), 3), 1.0);
+    EXPECT_LE(LargestDifference(Link("cmyk-to-rgb.lnk"), host::ReadImage(Path("in.tif")), host::ReadImage(Path("out.tif")), 3), 1.0);
 }
 
 TEST_F(Host, GrayAndManyInkRastersConvert) {
     ASSERT_EQ(Run("testimage --space gray -s 120x90 '" + Path("gray.tif") + "'").code, 0);
     ASSERT_EQ(Run("apply -l '" + Link("gray-to-cmyk.lnk") + "' '" + Path("gray.tif") + "' '" + Path("cmyk.tif") + "'").code, 0);
-    const host::Image cmyk = host::ReadTiff(Path("cmyk.tif"));
+    const host::Image cmyk = host::ReadImage(Path("cmyk.tif"));
     EXPECT_EQ(cmyk.samples, 4);
     EXPECT_EQ(cmyk.photometric, PHOTOMETRIC_SEPARATED);
     EXPECT_EQ(cmyk.inkSet, INKSET_CMYK);
-    EXPECT_LE(LargestDifference(Link("gray-to-cmyk.lnk"), host::ReadTiff(Path("gray.tif")), cmyk, 3), 1.0);
+    EXPECT_LE(LargestDifference(Link("gray-to-cmyk.lnk"), host::ReadImage(Path("gray.tif")), cmyk, 3), 1.0);
 
     ASSERT_EQ(Run("testimage -s 120x90 '" + Path("rgb.tif") + "'").code, 0);
     ASSERT_EQ(Run("apply -l '" + Link("rgb-to-6.lnk") + "' '" + Path("rgb.tif") + "' '" + Path("six.tif") + "'").code, 0);
-    const host::Image six = host::ReadTiff(Path("six.tif"));
+    const host::Image six = host::ReadImage(Path("six.tif"));
     EXPECT_EQ(six.samples, 6);
     EXPECT_EQ(six.inkSet, INKSET_MULTIINK);
     const Result back = Run("apply -l '" + Link("6-to-rgb.lnk") + "' '" + Path("six.tif") + "' '" + Path("back.tif") + "'");
     ASSERT_EQ(back.code, 0) << back.err;
-    const host::Image rgb = host::ReadTiff(Path("back.tif"));
+    const host::Image rgb = host::ReadImage(Path("back.tif"));
     EXPECT_EQ(rgb.photometric, PHOTOMETRIC_RGB);
     EXPECT_LE(LargestDifference(Link("6-to-rgb.lnk"), six, rgb, 3), 1.0);
 }
@@ -93,8 +93,8 @@ TEST_F(Host, TagsAreKeptAndTheProfileEmbedded) {
 
     // Another compression on request.
     ASSERT_EQ(Run("apply -l '" + Link("rgb-to-rgb.lnk") + "' -c packbits '" + Path("in.tif") + "' '" + Path("pb.tif") + "'").code, 0);
-    EXPECT_EQ(host::ReadTiff(Path("pb.tif")).compression, COMPRESSION_PACKBITS);
-    EXPECT_TRUE(host::ReadTiff(Path("pb.tif")).iccProfile.empty());
+    EXPECT_EQ(host::ReadImage(Path("pb.tif")).compression, COMPRESSION_PACKBITS);
+    EXPECT_TRUE(host::ReadImage(Path("pb.tif")).iccProfile.empty());
 }
 
 TEST_F(Host, AlphaPassesUntouchedInBothLayouts) {
@@ -103,7 +103,7 @@ TEST_F(Host, AlphaPassesUntouchedInBothLayouts) {
             SCOPED_TRACE(std::string(layout) + " " + bits);
             ASSERT_EQ(Run(std::string("testimage -a -b ") + bits + " " + layout + " -s 90x70 '" + Path("in.tif") + "'").code, 0);
             ASSERT_EQ(Run("apply -l '" + Link("rgb-to-6.lnk") + "' '" + Path("in.tif") + "' '" + Path("out.tif") + "'").code, 0);
-            const host::Image in = host::ReadTiff(Path("in.tif")), out = host::ReadTiff(Path("out.tif"));
+            const host::Image in = host::ReadImage(Path("in.tif")), out = host::ReadImage(Path("out.tif"));
             ASSERT_EQ(out.samples, 7);
             ASSERT_EQ(out.extra, 1);
             EXPECT_EQ(out.extraKinds, in.extraKinds);
@@ -122,7 +122,7 @@ TEST_F(Host, PlanarGivesTheSamePixelsAsInterleaved) {
     for (const char* name : {"a", "b"})
         ASSERT_EQ(Run("apply -l '" + Link("rgb-to-6.lnk") + "' '" + Path(std::string(name) + ".tif") + "' '" +
                       Path(std::string(name) + "-out.tif") + "'").code, 0);
-    const host::Image a = host::ReadTiff(Path("a-out.tif")), b = host::ReadTiff(Path("b-out.tif"));
+    const host::Image a = host::ReadImage(Path("a-out.tif")), b = host::ReadImage(Path("b-out.tif"));
     ASSERT_FALSE(a.planar);
     ASSERT_TRUE(b.planar);
     uint32_t differing = 0;
@@ -132,7 +132,7 @@ TEST_F(Host, PlanarGivesTheSamePixelsAsInterleaved) {
     EXPECT_EQ(differing, 0u);
     // Relaying the output on request changes the layout, not the pixels.
     ASSERT_EQ(Run("apply -l '" + Link("rgb-to-6.lnk") + "' --planar '" + Path("a.tif") + "' '" + Path("c-out.tif") + "'").code, 0);
-    const host::Image c = host::ReadTiff(Path("c-out.tif"));
+    const host::Image c = host::ReadImage(Path("c-out.tif"));
     EXPECT_TRUE(c.planar);
     EXPECT_TRUE(c.planes == b.planes);
 }
@@ -229,12 +229,6 @@ TEST_F(Host, InfoShowsHeaderAndTags) {
 
 // ---- Failures: one line naming the file and the reason, non-zero exit, nothing left behind ----
 
-void ExpectOneLineError(const Result& r, const std::string& mentions) {
-    EXPECT_EQ(r.code, 1) << r.err;
-    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
-    EXPECT_NE(r.err.find(mentions), std::string::npos) << r.err;
-}
-
 TEST_F(Host, BadInputFailsCleanly) {
     ASSERT_EQ(Run("testimage -s 40x30 '" + Path("in.tif") + "'").code, 0);
     ASSERT_EQ(Run("testimage --space cmyk -s 40x30 '" + Path("cmyk.tif") + "'").code, 0);
@@ -320,10 +314,10 @@ void WriteStripTiff(const std::string& path, uint32_t width, uint32_t height, ui
 TEST_F(Host, StripsSharingTheirBytesAreRefusedBeforeAllocating) {
     // 4096 x 4096 zeros in 256 strips: a few kilobytes on disk for 16 MiB of pixels.
     WriteStripTiff(Path("honest.tif"), 4096, 4096, 16, false);
-    EXPECT_EQ(host::ReadTiff(Path("honest.tif")).TotalBytes(), uint64_t(16) << 20);
+    EXPECT_EQ(host::ReadImage(Path("honest.tif")).TotalBytes(), uint64_t(16) << 20);
     WriteStripTiff(Path("shared.tif"), 4096, 4096, 16, true);
     try {
-        host::ReadTiff(Path("shared.tif"));
+        host::ReadImage(Path("shared.tif"));
         ADD_FAILURE() << "read";
     } catch (const host::Failure& failure) {
         EXPECT_NE(std::string(failure.what()).find("too few"), std::string::npos) << failure.what();
@@ -347,14 +341,14 @@ TEST_F(Host, EveryCompressionKeepsThePixelsOfEveryStrip) {
         const std::string out = Path(std::string(compression) + ".tif");
         ASSERT_EQ(Run("apply -t 2 -c " + std::string(compression) + " -l '" + Link("rgb-to-rgb.lnk") + "' '" +
                       Path("in.tif") + "' '" + out + "'").code, 0);
-        results.push_back(host::ReadTiff(out));
+        results.push_back(host::ReadImage(out));
     }
     TIFF* t = TIFFOpen(Path("none.tif").c_str(), "r");
     ASSERT_NE(t, nullptr);
-    EXPECT_GT(TIFFNumberOfStrips(t), 8u);
+    EXPECT_GE(TIFFNumberOfStrips(t), 8u);  // at least two strips in each of four planes
     TIFFClose(t);
     for (size_t i = 1; i < results.size(); ++i) EXPECT_TRUE(results[i].planes == results[0].planes) << i;
-    const host::Image in = host::ReadTiff(Path("in.tif"));
+    const host::Image in = host::ReadImage(Path("in.tif"));
     uint32_t differing = 0;
     for (uint32_t y = 0; y < in.height; ++y)
         for (uint32_t x = 0; x < in.width; ++x) differing += Sample(in, x, y, 3) != Sample(results[0], x, y, 3);
@@ -425,10 +419,10 @@ TEST_F(Host, ApplyThroughAProfileChainAgreesWithTheChainsLink) {
     const Result link = Run("link -g 4 " + chain + " -o '" + Path("chain.lnk") + "'");
     ASSERT_EQ(link.code, 0) << link.err;
     EXPECT_NE(link.out.find("17^3"), std::string::npos) << link.out;
-    const host::Image out = host::ReadTiff(Path("out.tif"));
+    const host::Image out = host::ReadImage(Path("out.tif"));
     EXPECT_EQ(out.photometric, PHOTOMETRIC_SEPARATED);
     EXPECT_TRUE(std::string(out.iccProfile.begin(), out.iccProfile.end()) == Slurp(kData + "/FOGRA39L.icc"));
-    EXPECT_LE(LargestDifference(Path("chain.lnk"), host::ReadTiff(Path("in.tif")), out, 3), 1.0);
+    EXPECT_LE(LargestDifference(Path("chain.lnk"), host::ReadImage(Path("in.tif")), out, 3), 1.0);
 }
 
 TEST_F(Host, MissingOrDamagedProfilesFailCleanly) {
@@ -493,7 +487,7 @@ TEST_F(Host, CalibrateWritesCurvesAndALink) {
     const std::string wedges = kData + "/../linearization/printcal-press.ti3";
     const std::string reference = kData + "/../linearization/printcal-reference.ti3";
     const Result r = Run("calibrate '" + wedges + "' -r '" + reference + "' -n 101 -o '" + Path("curves.txt") +
-                         "' -k '" + Path("curves.lnk") + "'");
+                         "' -k '" + Path("curves.lnk") + "' -p '" + Path("curves.icc") + "'");
     ASSERT_EQ(r.code, 0) << r.err;
     const std::string curves = Slurp(Path("curves.txt"));
     const size_t row = curves.find("\n51 50.0000 ");
@@ -504,13 +498,17 @@ TEST_F(Host, CalibrateWritesCurvesAndALink) {
         fields >> value;
         EXPECT_NEAR(value, 42.04, 0.3) << c;
     }
-    const Result converted = Run("convert -l '" + Path("curves.lnk") + "' 50 50 50 50");
-    ASSERT_EQ(converted.code, 0) << converted.err;
-    std::istringstream linked(converted.out);
-    for (int c = 0; c < 4; ++c) {
-        double value = 0;
-        linked >> value;
-        EXPECT_NEAR(value, 42.04, 0.3) << c;
+    // The same curves through the library's link and through the ICC device link (which Little
+    // CMS 2.14's transicc -l reads to 42.04 too).
+    for (const std::string& link : {"-l '" + Path("curves.lnk") + "'", "-p '" + Path("curves.icc") + "'"}) {
+        const Result converted = Run("convert " + link + " 50 50 50 50");
+        ASSERT_EQ(converted.code, 0) << converted.err;
+        std::istringstream linked(converted.out);
+        for (int c = 0; c < 4; ++c) {
+            double value = 0;
+            linked >> value;
+            EXPECT_NEAR(value, 42.04, 0.3) << c;
+        }
     }
     ASSERT_EQ(Run("testimage --space cmyk -s 64x48 '" + Path("in.tif") + "'").code, 0);
     ASSERT_EQ(Run("apply -l '" + Path("curves.lnk") + "' '" + Path("in.tif") + "' '" + Path("out.tif") + "'").code, 0);
@@ -570,6 +568,28 @@ TEST_F(Host, ChartConvertWritesChosenTypesAndFields) {
     }
 }
 
+TEST_F(Host, ChartConvertsBetweenCGATSAndCxF3) {
+    const std::string fogra = kData + "/../charts/FOGRA39L.ti3", spot = kData + "/../charts/SpotInkWarmRed.cxf";
+    // By the name of the output, by option, and back: the CGATS text comes back unchanged.
+    ASSERT_EQ(Run("chart convert '" + fogra + "' '" + Path("fogra.cxf") + "'").code, 0);
+    ASSERT_EQ(Run("chart convert '" + fogra + "' '" + Path("fogra.xml") + "' --cxf").code, 0);
+    EXPECT_EQ(Slurp(Path("fogra.cxf")).rfind("<?xml", 0), 0u);
+    ASSERT_EQ(Run("chart convert '" + Path("fogra.xml") + "' '" + Path("fogra.ti3") + "'").code, 0);
+    ASSERT_EQ(Run("chart convert '" + fogra + "' '" + Path("direct.ti3") + "'").code, 0);
+    EXPECT_EQ(Slurp(Path("fogra.ti3")), Slurp(Path("direct.ti3")));
+    const Result info = Run("chart info '" + Path("fogra.cxf") + "'");
+    EXPECT_NE(info.out.find("fogra.cxf (CxF3)\ntable 1: CTI3, 1617 samples"), std::string::npos) << info.out;
+
+    const Result spotInfo = Run("chart info '" + spot + "'");
+    ASSERT_EQ(spotInfo.code, 0) << spotInfo.err;
+    for (const char* line : {"spot ink: Warm Red\n", "  on Black: 0 10 20 30 40 50 60 70 80 90 100 %\n", " 100%=86.4\n"})
+        EXPECT_NE(spotInfo.out.find(line), std::string::npos) << line << "\n" << spotInfo.out;
+    ASSERT_EQ(Run("chart convert '" + spot + "' '" + Path("spot.txt") + "' --cgats").code, 0);
+    ASSERT_EQ(Run("chart convert '" + Path("spot.txt") + "' '" + Path("spot.cxf") + "'").code, 0);
+    EXPECT_NE(Slurp(Path("spot.cxf")).find("<sic:TintLevel>30.00</sic:TintLevel>"), std::string::npos);
+    EXPECT_EQ(Run("chart convert '" + spot + "' '" + Path("x.cxf") + "' --csc --cxf").code, 2);
+}
+
 // ---- Merge links of device-link profiles ----
 
 #if TINTARA_HOST_PROFILES
@@ -579,7 +599,7 @@ TEST_F(Host, MergeLinkMatchesSixInkRastersWithSpots) {
     const Result described = Run("link" + merge);
     ASSERT_EQ(described.code, 0) << described.err;
     EXPECT_NE(described.out.find("(6) -> CMYK (4) of 3 device-link profiles"), std::string::npos) << described.out;
-    EXPECT_EQ(Run("link" + merge + "-o '" + Path("x.lnk") + "'").code, 2);
+    EXPECT_EQ(Run("link" + merge + "-o '" + Path("x.icc") + "'").code, 2);
     EXPECT_EQ(Run("link" + merge + "-l '" + Link("rgb-to-6.lnk") + "'").code, 2);
 
     // The library's own view of the merge link, colour by colour.
@@ -597,7 +617,7 @@ TEST_F(Host, MergeLinkMatchesSixInkRastersWithSpots) {
                 // Six inks and an alpha from the RGB test image; spots cleared on request.
                 ASSERT_EQ(Run(std::string("testimage -a -b ") + bits + " " + layout + " -s 90x70 '" + Path("in.tif") + "'").code, 0);
                 ASSERT_EQ(Run("apply -l '" + Link("rgb-to-6.lnk") + "' '" + Path("in.tif") + "' '" + Path("six.tif") + "'").code, 0);
-                host::Image six = host::ReadTiff(Path("six.tif"));
+                host::Image six = host::ReadImage(Path("six.tif"));
                 if (emptySpots) {
                     for (uint32_t y = 0; y < six.height; ++y)
                         for (uint32_t x = 0; x < six.width; ++x)
@@ -611,7 +631,7 @@ TEST_F(Host, MergeLinkMatchesSixInkRastersWithSpots) {
                 const Result applied = Run("apply" + merge + "'" + Path("six.tif") + "' '" + Path("out.tif") + "'");
                 ASSERT_EQ(applied.code, 0) << applied.err;
                 EXPECT_NE(applied.out.find("2 extra channels merged"), std::string::npos) << applied.out;
-                const host::Image out = host::ReadTiff(Path("out.tif"));
+                const host::Image out = host::ReadImage(Path("out.tif"));
                 ASSERT_EQ(out.samples, 5);
                 ASSERT_EQ(out.extra, 1);
                 EXPECT_EQ(out.inkSet, INKSET_CMYK);
