@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "color/TKCIEConverter.h"
+#include "charts/TKColorChart.h"
 #include "color/TKColors.h"
 
 namespace {
@@ -35,6 +36,7 @@ void TKCIESeparationBase::Clear() {
     fDevice.clear();
     fLab.clear();
     fPaper = fDarkest = TKVector();
+    fTone.clear();
     fBlackIndex = 3;
     TableChanged();
 }
@@ -73,7 +75,76 @@ void TKCIESeparationBase::Init(const TKTrafo& forward) {
         if (index == 0) fPaper = lab;
         if (fDarkest.IsEmpty() || lab[0] < fDarkest[0]) fDarkest = lab;
     }
+    Linearize(fDevice, fLab);
     TableChanged();
+}
+
+void TKCIESeparationBase::SetLinearization(const TKColorChart& chart) {
+    const TKMatrix device = chart.Matrix(fDeviceType);
+    if (device.GetHeight() < 1) TKThrowMsg(WrongDataType, "the chart has no device values of this type");
+    TKColorChart measured(chart);
+    measured.ConvertMeasured(kLab);
+    const TKMatrix lab = measured.Matrix(kLab);
+    std::vector<TKVector> devices, labs;
+    for (int32_t row = 0; row < device.GetHeight(); ++row) {
+        devices.push_back(device.GetRow(row));
+        const TKVector measuredRow = lab.GetRow(row);
+        labs.push_back(TKVector({measuredRow[0], measuredRow[1], measuredRow[2]}, int32_t(kLab)));
+    }
+    Linearize(devices, labs);
+}
+
+void TKCIESeparationBase::Linearize(const std::vector<TKVector>& device, const std::vector<TKVector>& lab) {
+    const int32_t n = GetChannelCount(fDeviceType);
+    std::vector<TKCurveLinearization> tone(static_cast<size_t>(n));
+    // The paper: the row without ink (measurements of it are averaged).
+    TKVector paper(3, int32_t(kLcs));
+    int32_t papers = 0;
+    for (size_t row = 0; row < device.size(); ++row)
+        if (device[row].MaxAbs() == 0.0) paper.Add(ConvertColor(kLcs, lab[row])), ++papers;
+    if (papers == 0) {
+        fTone = tone;
+        return;
+    }
+    paper.Multiply(1.0 / papers);
+    for (int32_t c = 0; c < n; ++c) {
+        // The wedge of channel c: rows with ink in c alone, by ink.
+        std::vector<std::pair<double, TKVector>> wedge{{0.0, paper}};
+        for (size_t row = 0; row < device.size(); ++row) {
+            const TKVector& ink = device[row];
+            if (ink[c] > 0.0 && ink.MaxAbs() == ink[c] && ink.Sum() == ink[c])
+                wedge.emplace_back(ink[c] / GetChannelMax(fDeviceType, c), ConvertColor(kLcs, lab[row]) - paper);
+        }
+        std::sort(wedge.begin(), wedge.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+        const TKVector& solid = wedge.back().second;
+        const double length2 = solid.Dot(solid);
+        if (wedge.size() < 3 || wedge.back().first < 1.0 || !(length2 > 0.0)) continue;
+        // Shares along the solid's direction, held rising.
+        std::vector<double> ink, share;
+        for (const auto& [value, offset] : wedge) {
+            const double s = std::clamp(offset.Dot(solid) / length2, share.empty() ? 0.0 : share.back(), 1.0);
+            ink.push_back(value);
+            share.push_back(s);
+        }
+        // The inverse table: ink for 256 equal shares, linear between the wedge's steps.
+        TKVector samples(256);
+        for (int32_t i = 0; i < 256; ++i) {
+            const double want = i / 255.0;
+            size_t k = 1;
+            while (k + 1 < share.size() && share[k] < want) ++k;
+            const double span = share[k] - share[k - 1];
+            const double t = span > 0.0 ? std::clamp((want - share[k - 1]) / span, 0.0, 1.0) : 1.0;
+            samples[i] = ink[k - 1] + t * (ink[k] - ink[k - 1]);
+        }
+        tone[size_t(c)].SetSamples(samples);
+    }
+    fTone = tone;
+}
+
+double TKCIESeparationBase::InkForShare(int32_t channel, double share) const {
+    if (channel < 0 || channel >= GetChannelCount(fDeviceType)) TKThrow(IndexError);
+    const double clipped = std::clamp(share, 0.0, 1.0);
+    return 100.0 * (size_t(channel) < fTone.size() ? fTone[size_t(channel)].Apply(clipped) : clipped);
 }
 
 int32_t TKCIESeparationBase::SolidRow(int32_t channel) const {
@@ -150,7 +221,7 @@ TKVector TKCIESeparation2::Separate(const TKVector& lab) const {
     if (fBlackIndex >= 0 && fDarkest[0] < fPaper[0]) {
         // Black by lightness between paper and the darkest point, less where the colour is vivid.
         gray = Clip100(100.0 * (lab[0] - fPaper[0]) / (fDarkest[0] - fPaper[0]));
-        inks[fBlackIndex] = gray * 2000.0 / (chroma * chroma + 2000.0);
+        inks[fBlackIndex] = InkForShare(fBlackIndex, 0.01 * gray * 2000.0 / (chroma * chroma + 2000.0));
     }
     const double hue = std::atan2(colour[2], colour[1]);
     for (int32_t c = 0; c < n; ++c) {
@@ -164,7 +235,7 @@ TKVector TKCIESeparation2::Separate(const TKVector& lab) const {
         double angle = std::fabs(hue - std::atan2(solid[2] - paper[2], solid[1] - paper[1]));
         if (angle > M_PI) angle = 2.0 * M_PI - angle;
         const double alignment = std::max(0.0, std::cos(angle));
-        inks[c] = 100.0 * alignment * chroma / solidChroma;
+        inks[c] = InkForShare(c, alignment * chroma / solidChroma);
     }
     return inks;
 }
@@ -197,9 +268,9 @@ TKVector TKCIESeparation3::Separate(const TKVector& lab) const {
             if (total >= bestTotal) continue;
             bestTotal = total;
             best = TKVector(n);
-            best[a] = 100.0 * share[0];
-            best[b] = 100.0 * share[1];
-            if (fBlackIndex >= 0) best[fBlackIndex] = 100.0 * share[2];
+            best[a] = InkForShare(a, share[0]);
+            best[b] = InkForShare(b, share[1]);
+            if (fBlackIndex >= 0) best[fBlackIndex] = InkForShare(fBlackIndex, share[2]);
         }
     return best.IsEmpty() ? TKCIESeparation2::Separate(lab) : best;
 }

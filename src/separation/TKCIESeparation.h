@@ -8,7 +8,10 @@
 
 #include "color/TKColorTypeTrafo.h"
 #include "color/TKColors.h"
+#include "numeric/TKCurveLinearization.h"
 #include "numeric/TKScatteredInterpolation.h"
+
+class TKColorChart;
 
 class TKCIESeparationBase : public TKColorTypeTrafo {
     TK_DECLARE_CLASS(TKCIESeparationBase, TKColorTypeTrafo)
@@ -30,6 +33,17 @@ public:
     // three channels). The all-zero entry is the paper, the one of lowest lightness the darkest.
     virtual void AddColorant(const TKVector& device, const TKVector& colour);
 
+    // Tone curves per channel from the single-ink wedges of a chart (device values of this
+    // device type and any measured CIE or spectral type): the share of the way from paper to
+    // solid that a wedge step prints, projected on the solid's direction in "Lcs ", against its
+    // ink. The hue-angle and frame methods find such shares and give the ink that prints them, so
+    // dot gain does not stay in their answer. Init takes the curves from its own grid.
+    // WrongDataType for a chart without this device type or without measurements; a channel
+    // whose wedge has fewer than three steps keeps a straight curve.
+    void SetLinearization(const TKColorChart& chart);
+    // The ink (0..100) that prints `share` (0..1) of channel `channel`'s solid.
+    double InkForShare(int32_t channel, double share) const;
+
     // 3 when channel 3 is a black of its own, -1 when the device has none.
     int32_t GetBlackIndex() const { return fBlackIndex; }
     void SetBlackIndex(int32_t index);
@@ -42,6 +56,8 @@ protected:
     int32_t SolidRow(int32_t channel) const;
     // Called when the table changed.
     virtual void TableChanged() {}
+    // The tone curves from rows of device values and their "Lab " colours.
+    void Linearize(const std::vector<TKVector>& device, const std::vector<TKVector>& lab);
 
     uint32_t fDeviceType;
     int32_t fBlackIndex = 3;
@@ -49,6 +65,7 @@ protected:
     std::vector<TKVector> fLab;
     TKVector fPaper;
     TKVector fDarkest;
+    std::vector<TKCurveLinearization> fTone;  // share -> ink, both 0..1; empty: straight
 };
 
 // The table interpolated by TKScatteredInterpolation (exponent 20), then each extra ink (beyond
