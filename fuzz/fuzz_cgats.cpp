@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "FuzzChartSupport.h"
 #include "charts/TKColorChart.h"
 #include "charts/TKIT8Reader.h"
 #include "charts/TKIT8Writer.h"
@@ -26,17 +27,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         return 0;
     }
     const TKString written = IT8FormatChartWriter(chart).WriteString();
-    TKColorChart again;
-    try {
-        again.ReadText(written, "written");
-    } catch (const TKError& error) {
-        std::fprintf(stderr, "written chart does not read: %s\n%s\n", error.message(), written.CString());
-        std::abort();
-    }
-    TKString difference;
-    if (!chart.SameContent(again, &difference)) {
-        std::fprintf(stderr, "round trip differs: %s\n%s\n", difference.CString(), written.CString());
-        std::abort();
-    }
+    fuzz::CheckReadsBack(chart, written, [](TKColorChart& again, const TKString& text) { again.ReadText(text, "written"); });
     return 0;
 }

@@ -41,7 +41,7 @@ int32_t FindChildEntry(const TKDataBase& base, const TKString& key) {
 
 TKString TrimmedText(const char* text) {
     if (!text) return TKString();
-    TKString result(text);
+    TKString result = TKCxFUTF8(text);
     result.Trim(" \t\r\n");
     return result;
 }
@@ -50,7 +50,7 @@ void MirrorElement(const tinyxml2::XMLElement& element, TKDataBase& base) {
     base.Add(kTagKey, element.Name());
     if (const tinyxml2::XMLAttribute* attribute = element.FirstAttribute()) {
         auto block = TKMakeRef<TKDataBase>();
-        for (; attribute; attribute = attribute->Next()) block->Add(attribute->Name(), attribute->Value());
+        for (; attribute; attribute = attribute->Next()) block->Add(attribute->Name(), TKCxFUTF8(attribute->Value()));
         base.Add(kAttributesKey, "", block.Get(), false);
     }
     // Which names repeat decides between a plain entry and a numbered group.
@@ -75,17 +75,26 @@ void MirrorElement(const tinyxml2::XMLElement& element, TKDataBase& base) {
     }
 }
 
-// Text as XML can carry it: UTF-8, with bytes that are none taken as Latin-1. Control characters
-// other than tab and line ends have no place in XML 1.0.
+// Text as XML can carry it: UTF-8 without the control characters (other than tab and line ends)
+// that have no place in XML 1.0.
 TKString XMLText(const TKString& text) {
+    for (int32_t i = 0; i < text.Length(); ++i) {
+        const unsigned char c = static_cast<unsigned char>(text.At(i));
+        if (c < 0x20 && c != '\t' && c != '\n' && c != '\r')
+            TKThrowMsg(FormatErr, TKString::Format("The text \"%s\" holds the control character 0x%02X, which XML cannot carry",
+                                                   text.Left(40).CString(), c).CString());
+    }
+    return TKCxFUTF8(text);
+}
+
+}  // namespace
+
+TKString TKCxFUTF8(const TKString& text) {
     TKString out;
     const unsigned char* p = reinterpret_cast<const unsigned char*>(text.CString());
     const unsigned char* end = p + text.Length();
     while (p < end) {
         const unsigned char c = *p;
-        if (c < 0x20 && c != '\t' && c != '\n' && c != '\r')
-            TKThrowMsg(FormatErr, TKString::Format("The text \"%s\" holds the control character 0x%02X, which XML cannot carry",
-                                                   text.Left(40).CString(), c).CString());
         int32_t length = c < 0x80 ? 1 : (c & 0xE0) == 0xC0 ? 2 : (c & 0xF0) == 0xE0 ? 3 : (c & 0xF8) == 0xF0 ? 4 : 0;
         if (length > 1 && c < 0xC2) length = 0;  // overlong
         for (int32_t k = 1; k < length; ++k)
@@ -101,8 +110,6 @@ TKString XMLText(const TKString& text) {
     }
     return out;
 }
-
-}  // namespace
 
 TKString TKXMLRootName(const char* text, size_t length) {
     const char* end = text + length;

@@ -46,6 +46,8 @@ struct TKCxFElement {
 // The name of the root element of an XML text (after the declaration, comments and a document
 // type), or empty.
 TKString TKXMLRootName(const char* text, size_t length);
+// Text in UTF-8: bytes that are no UTF-8 are taken as Latin-1, as older files write them.
+TKString TKCxFUTF8(const TKString& text);
 // The local part of a tag: "cc:Object" gives "Object".
 TKString TKCxFLocalName(const char* tagName);
 

@@ -113,7 +113,7 @@ bool TKCxFObjectReader::ReadHeader(TKString& problem) {
                 return false;
             }
             table.fields.push_back(field);
-        } else if (!name.IsEmpty()) {
+        } else {
             // Nested keywords ("KEYWORD/0") come as paths; a deeper name is kept whole.
             if (Depth(name) <= kMaxTagDepth)
                 table.chart->Header().SetString(name.CString(), TagValue(tag));
@@ -155,7 +155,6 @@ bool TKCxFObjectReader::ReadSamples(TKString& problem) {
         sample.measured = object.HasAttribute("MeasureDate") ? object.Attribute("MeasureDate") : object.ChildText("MeasurementDate");
         for (const TKCxFElement& tag : object.Child("TagCollection").Children("Tag")) {
             const TKString name = tag.Attribute("Name");
-            if (name.IsEmpty()) continue;
             if (name != kTableTag || !fComplete) {
                 sample.tags.emplace_back(name, TagValue(tag));
                 continue;

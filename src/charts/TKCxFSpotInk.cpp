@@ -56,6 +56,8 @@ bool TKCxFReadSpotInk(const TKCxFElement& resources, TKCxFSpotInkData& ink, TKSt
             TKCxFSpotMeasurement m;
             m.background = ChildOrAttribute(measurement, "Background");
             if (m.background.IsEmpty()) m.background = setBackground;
+            // A tint that names no background is printed on the bare substrate.
+            if (m.background.IsEmpty()) m.background = "Substrate";
             TKString tint = ChildOrAttribute(measurement, "TintLevel");
             if (tint.IsEmpty()) tint = ChildOrAttribute(measurement, "Percentage");
             m.objectRef = ObjectReference(measurement);
@@ -73,8 +75,8 @@ bool TKCxFReadSpotInk(const TKCxFElement& resources, TKCxFSpotInkData& ink, TKSt
             ink.measurements.push_back(m);
         }
     }
-    // Tints written as fractions of the solid: 0.5 is half tone, not half a percent.
-    if (largest > 0 && largest <= 1)
+    // Tints written as fractions of the solid (the solid as 1): 0.5 is half tone, not half a percent.
+    if (largest == 1)
         for (TKCxFSpotMeasurement& m : ink.measurements) m.tint *= 100;
     return true;
 }

@@ -42,9 +42,20 @@ void AddTag(TKCxFElement& collection, const TKString& name, const TKString& valu
     tag.SetAttribute("Value", value);
 }
 
+// Names the file uses for the chart's own tags cannot be keywords or columns as well.
+void CheckName(const TKString& name, bool keyword) {
+    const bool reserved = keyword ? name == TKCxFObjectReader::kCompleteTag || name == TKCxFObjectReader::kFieldTag ||
+                                        (name.Left(7) == TKCxFObjectReader::kTableTag && name.FindChar(':') > 7)
+                                  : name == TKCxFObjectReader::kTableTag;
+    if (reserved)
+        TKThrowMsg(FormatErr, TKString::Format("The %s \"%s\" is a name CxF3 files of this system keep for themselves",
+                                               keyword ? "keyword" : "column", name.CString()).CString());
+}
+
 // The keywords as tags, nested ones as paths.
 void AddKeywordTags(TKCxFElement& collection, const TKDataBase& base, const TKString& prefix) {
     for (int32_t i = 0; i < base.Count(); ++i) {
+        if (prefix.IsEmpty() || prefix.FindChar('/') < 0) CheckName(base.Key(i), true);
         const TKString path = prefix + EscapedKey(base.Key(i));
         const TKRefPtr<TKDataBase> sub = base.SubBaseAt(i);
         if (!sub || sub->Count() == 0 || !base.Value(i).IsEmpty()) AddTag(collection, path, base.Value(i));
@@ -62,6 +73,31 @@ TKString Now() {
 }
 
 bool HasSpectrumElement(uint32_t type) { return TKString(TKCxFValueElement(type)).Find("Spectrum") >= 0; }
+
+// A spectrum read from a narrower range is written over that range alone, where the bands outside
+// hold only the ends carried outward (as a reader extends it again); otherwise all of it.
+void SpectralRange(const TKColorChart& chart, uint32_t type, int32_t& first, int32_t& last) {
+    first = 0;
+    last = -1;
+    for (const TKChartField& field : chart.Fields()) {
+        if (field.kind != kChartFieldColor || field.type != type) continue;
+        first = last < 0 ? field.channel : std::min(first, field.channel);
+        last = std::max(last, field.channel);
+    }
+    const TKMatrix m = chart.Matrix(type);
+    if (last < 0 || last >= m.GetWidth()) {
+        first = 0;
+        last = -1;
+        return;
+    }
+    for (int32_t r = 0; r < m.GetHeight(); ++r)
+        for (int32_t c = 0; c < m.GetWidth(); ++c)
+            if ((c < first && m(r, c) != m(r, first)) || (c > last && m(r, c) != m(r, last))) {
+                first = 0;
+                last = -1;
+                return;
+            }
+}
 
 int32_t ExtraColumn(const TKColorChart& chart, const char* name) {
     for (int32_t e = 0; e < chart.ExtraCount(); ++e)
@@ -164,10 +200,15 @@ void TKCxFWriter::BuildObjects(TKCxFElement& collection, std::vector<TKString>& 
     int32_t number = 0;
     for (int32_t t = 0; t <= fChart.TableCount(); ++t) {
         const TKColorChart& table = TableChart(t);
+        std::vector<Values> values;
+        for (uint32_t type : table.ColorTypes()) {
+            values.push_back({type, table.Matrix(type), 0, -1});
+            if (IsSpectral(type)) SpectralRange(table, type, values.back().first, values.back().last);
+        }
         for (int32_t i = 0; i < table.Count(); ++i) {
             const TKString id = own ? ids[size_t(i)] : TKString::FromInt(++number);
             if (t == 0) ids[size_t(i)] = id;
-            TKCxFElement object = BuildObject(table, i, id, t == 0 && spot, tintsElsewhere);
+            TKCxFElement object = BuildObject(table, values, i, id, t == 0 && spot, tintsElsewhere);
             if ((!own && table.HasIDs()) || t > 0) {
                 TKCxFElement tags = object.Child("TagCollection");
                 if (!tags.IsValid()) tags = object.AddChild("cc:TagCollection");
@@ -179,8 +220,8 @@ void TKCxFWriter::BuildObjects(TKCxFElement& collection, std::vector<TKString>& 
     }
 }
 
-TKCxFElement TKCxFWriter::BuildObject(const TKColorChart& chart, int32_t index, const TKString& id, bool spot,
-                                       bool tintsElsewhere) const {
+TKCxFElement TKCxFWriter::BuildObject(const TKColorChart& chart, const std::vector<Values>& table, int32_t index,
+                                       const TKString& id, bool spot, bool tintsElsewhere) const {
     auto column = [&](const char* name, const char* fallback) {
         const int32_t e = ExtraColumn(chart, name);
         const TKString value = e >= 0 ? chart.ExtraValue(index, e) : TKString();
@@ -190,7 +231,9 @@ TKCxFElement TKCxFWriter::BuildObject(const TKColorChart& chart, int32_t index, 
     if (chart.HasNames()) object.SetAttribute("Name", chart.Name(index));
     object.SetAttribute("Id", id);
     if (!column("GUID", "").IsEmpty()) object.SetAttribute("GUID", column("GUID", ""));
-    object.SetAttribute("ObjectType", column("ObjectType", "Standard"));
+    // A kept type column is written as it is, empty or not, so that it reads back alike.
+    const int32_t typeColumn = ExtraColumn(chart, "ObjectType");
+    object.SetAttribute("ObjectType", typeColumn >= 0 ? chart.ExtraValue(index, typeColumn) : TKString("Standard"));
     if (!column("MeasurementDate", "").IsEmpty()) object.SetAttribute("MeasureDate", column("MeasurementDate", ""));
     if (!column("CreationDate", "").IsEmpty()) object.AddChild("cc:CreationDate", column("CreationDate", ""));
 
@@ -200,27 +243,21 @@ TKCxFElement TKCxFWriter::BuildObject(const TKColorChart& chart, int32_t index, 
         AddTag(tags, name, value);
     };
     if (chart.HasLocations()) tag("SAMPLE_LOC", chart.Location(index));
-    for (int32_t e = 0; e < chart.ExtraCount(); ++e)
+    for (int32_t e = 0; e < chart.ExtraCount(); ++e) {
+        CheckName(chart.ExtraName(e), false);
         if (!IsObjectColumn(chart.ExtraName(e), spot)) tag(chart.ExtraName(e), chart.ExtraValue(index, e));
+    }
 
     TKCxFElement measured, device;
-    for (uint32_t type : chart.ColorTypes()) {
-        if (type == TK1CLRSpace && tintsElsewhere) continue;
-        const TKVector row = chart.Matrix(type).GetRow(index);
-        int32_t first = 0, last = -1;
-        if (IsSpectral(type)) {
-            // A spectrum read from a narrower range is written over that range alone.
-            for (const TKChartField& field : chart.Fields()) {
-                if (field.kind != kChartFieldColor || field.type != type) continue;
-                first = last < 0 ? field.channel : std::min(first, field.channel);
-                last = std::max(last, field.channel);
-            }
-        }
-        const bool isDevice = IsDeviceSpace(type);
+    for (const Values& values : table) {
+        if (values.type == TK1CLRSpace && tintsElsewhere) continue;
+        const bool isDevice = IsDeviceSpace(values.type);
         TKCxFElement& container = isDevice ? device : measured;
         if (!container.IsValid())
             container = TKCxFElement::Make(isDevice ? "cc:DeviceColorValues" : "cc:ColorValues");
-        container.AddChild(TKCxFMakeValue(row, HasSpectrumElement(type) ? kSpectralSpec : kColorimetricSpec, first, last));
+        container.AddChild(TKCxFMakeValue(values.matrix.GetRow(index),
+                                          HasSpectrumElement(values.type) ? kSpectralSpec : kColorimetricSpec, values.first,
+                                          values.last));
     }
     if (measured.IsValid()) object.AddChild(measured);
     if (device.IsValid()) object.AddChild(device);

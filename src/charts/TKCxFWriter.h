@@ -31,7 +31,14 @@ private:
     void BuildMirror();
     TKCxFElement BuildFileInformation() const;
     void BuildObjects(TKCxFElement& collection, std::vector<TKString>& ids) const;
-    TKCxFElement BuildObject(const TKColorChart& chart, int32_t index, const TKString& id, bool spot, bool tintsElsewhere) const;
+    // The values of one colour type of a table, spectra with the range of channels written.
+    struct Values {
+        uint32_t type;
+        TKMatrix matrix;
+        int32_t first, last;
+    };
+    TKCxFElement BuildObject(const TKColorChart& chart, const std::vector<Values>& table, int32_t index, const TKString& id,
+                             bool spot, bool tintsElsewhere) const;
     // The chart (0) or one of its further tables (from 1).
     const TKColorChart& TableChart(int32_t table) const;
     void BuildSpecs(TKCxFElement& collection) const;

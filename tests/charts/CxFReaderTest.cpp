@@ -237,6 +237,10 @@ TEST(CxFReader, BrokenInputIsRefusedWithItsText) {
     }
     EXPECT_TKERROR(reader.ReadFileText("<?xml version=\"1.0\"?><CxF><Resources>", "cut.cxf"), FormatErr);
     EXPECT_EQ(reader.Error(), TKCxFBase::kNotCxFFile);
+    // A huge attribute is only a long name.
+    const std::string name(1 << 20, 'n');
+    reader.ReadData(replace("Name=\"paper\"", "Name=\"" + name + "\"").c_str());
+    EXPECT_EQ(chart.Name(0).Length(), 1 << 20);
 }
 
 TEST(CxFReader, SpectraMustBeWholeAndAlike) {

@@ -59,6 +59,19 @@ TEST(CxFWriter, EveryTestChartRoundTrips) {
     EXPECT_GE(files, 8);
 }
 
+// The fuzzer's finding: a byte that is no UTF-8 in a file read as it stood but was written as
+// Latin-1. Texts are UTF-8 from reading on, so the written file reads back alike.
+TEST(CxFWriter, TextsThatAreNoUTF8ReadAsLatin1) {
+    TKColorChart chart;
+    chart.ReadText("<CxF><FileInformation><TagCollection><Tag Name=\"D\xC9SCRIPTOR\" Value=\"caf\xE9\"/></TagCollection>"
+                   "</FileInformation><Resources><ObjectCollection><Object Id=\"\xFF\" Name=\"\xC3\xA9t\xE9\"/>"
+                   "</ObjectCollection></Resources></CxF>");
+    EXPECT_STREQ(chart.Keyword("D\xC3\x89SCRIPTOR").CString(), "caf\xC3\xA9");
+    EXPECT_STREQ(chart.ID(0).CString(), "\xC3\xBF");
+    EXPECT_STREQ(chart.Name(0).CString(), "\xC3\xA9t\xC3\xA9") << "valid UTF-8 stays as it is";
+    ExpectCxFRoundTrip(chart, "Latin-1 texts");
+}
+
 TEST(CxFWriter, WrittenFilesAreWellFormedAndNested) {
     TKColorChart fogra;
     fogra.Read(TKFileSpec(TestDataPath("charts/FOGRA39L.ti3").c_str()));
@@ -123,6 +136,9 @@ TEST(CxFWriter, MemoryChartsAndTexts) {
     chart.SetName(1, "bell\x07");
     EXPECT_TKERROR(TKCxFWriter(chart).WriteData(), FormatErr);
     chart.SetName(1, "fine");
+    TKColorChart reserved(chart);
+    reserved.SetKeyword("TKFIELD", "a keyword named like the file's own tags");
+    EXPECT_TKERROR(TKCxFWriter(reserved).WriteData(), FormatErr);
     chart.AddTable(new TKColorChart(chart), true);
     chart.Table(0).SetIDs({});
     ExpectCxFRoundTrip(chart, "a chart with a further table");

@@ -12,19 +12,6 @@
 
 namespace {
 
-TEST(CIETrafo, TypesAndDimensions) {
-    auto trafo = TKMakeRef<TKCIETrafo>(TKXYZSpace, TKLabXSpace);
-    EXPECT_STREQ(trafo->ClassName(), "TKCIETrafo");
-    EXPECT_NE(trafo->Cast("TKColorTypeTrafo"), nullptr);
-    EXPECT_NE(trafo->Cast("TKTrafo"), nullptr);
-    EXPECT_EQ(trafo->GetSrcDim(), 3);
-    EXPECT_EQ(trafo->GetDstDim(3), 4);
-    EXPECT_EQ(trafo->GetDstType(0), int32_t(TKLabXSpace));
-    trafo->SetTypes(TKReflSpace, 0);
-    EXPECT_EQ(trafo->GetSrcDim(), 36);
-    EXPECT_EQ(trafo->GetDstDim(5), 36);  // output "any": the source's own type
-}
-
 TEST(CIETrafo, ConvertsWithItsOwnWhiteAndObserver) {
     auto trafo = TKMakeRef<TKCIETrafo>(TKXYZSpace, TKLabSpace);
     // An untyped colour is taken to be of the input type.

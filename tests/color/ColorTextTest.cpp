@@ -43,54 +43,6 @@ TEST(ColorVectors, Whites) {
     EXPECT_EQ(refl.Min(), 1.0);
 }
 
-TEST(ColorVectors, Blacks) {
-    ExpectValues(GetBlack(TKLabSpace), {0, 0, 0}, TKLabSpace);
-    ExpectValues(GetBlack(TKCMYSpace), {100, 100, 100}, TKCMYSpace);
-    ExpectValues(GetBlack(TKGraySpace), {100}, TKGraySpace);
-    ExpectValues(GetBlack(TKLabXSpace), {0, 0, 0, 100}, TKLabXSpace);
-    ExpectValues(GetBlack(TKYuvSpace), {0, 0.33, 0.33}, TKYuvSpace);
-    ExpectValues(GetBlack(TKCMYKSpace), {100, 100, 100, 100}, TKCMYKSpace);
-    ExpectValues(GetBlack(TKCMYKSpace, 3), {100, 100, 100, 0}, TKCMYKSpace);
-    ExpectValues(GetBlack(TKCMYKSpace, 2), {0, 0, 0, 100}, TKCMYKSpace);
-    ExpectValues(GetBlack(TKColorSig("6CLR"), 1), {100, 100, 100, 100, 0, 0}, TKColorSig("6CLR"));
-    ExpectValues(GetBlack(TKColorSig("3CLR"), 2), {100, 100, 100}, TKColorSig("3CLR"));
-    ExpectValues(GetBlack(TKCMYKDensSpace), {10, 10, 10, 10}, TKCMYKDensSpace);
-}
-
-TEST(ColorVectors, Primaries) {
-    ExpectValues(GetPrimary(TKRGBSpace, 1), {0, 255, 0}, TKRGBSpace);
-    ExpectValues(GetPrimary(TKGraySpace, 0), {100}, TKGraySpace);
-    ExpectValues(GetPrimary(TKLabSpace, 0), {127.5, 127.5, 127.5}, TKRGBSpace);
-    ExpectValues(GetPrimary(TKLabSpace, 1), {224, 0, 224}, TKRGBSpace);
-    ExpectValues(GetPrimary(TKXYZSpace, 2), {224, 224, 0}, TKRGBSpace);
-    ExpectValues(GetPrimary(TKCMYKSpace, 2), {0, 0, 100, 0}, TKCMYKSpace);
-    ExpectValues(GetPrimary(TKKelvinSpace, 0), {30000}, TKKelvinSpace);
-    EXPECT_TRUE(GetPrimary(TKCMYKSpace, 4).IsEmpty());
-    EXPECT_TRUE(GetPrimary(TKRGBSpace, -1).IsEmpty());
-}
-
-TEST(ColorText, ChannelNames) {
-    EXPECT_STREQ(GetChannelName(TKLabSpace, 1, 1), "A");
-    EXPECT_STREQ(GetChannelName(TKLabSpace, 1, 2), "a");
-    EXPECT_STREQ(GetChannelName(TKLChSpace, 2, 2), "h");
-    EXPECT_STREQ(GetChannelName(TKRGBSpace, 0, 1), "Red");
-    EXPECT_STREQ(GetChannelName(TKRGBSpace, 2, 3), "B");
-    EXPECT_STREQ(GetChannelName(TKCMYKSpace, 3, 1), "Black");
-    EXPECT_STREQ(GetChannelName(TKCMYKSpace, 4, 1), "");
-    EXPECT_STREQ(GetChannelName(TKColorSig("6CLR"), 0, 1), "MCH_0");
-    EXPECT_STREQ(GetChannelName(TKColorSig("6CLR"), 0, 2), "MCH_1");
-    EXPECT_STREQ(GetChannelName(TKColorSig("6CLR"), 0, 0), "6CLR_1");
-    EXPECT_STREQ(GetChannelName(TKReflSpace, 35, 1), "SPECTRAL_NM_730");
-    EXPECT_STREQ(GetChannelName(TKDensSpace, 0, 0), "Density_380");
-    EXPECT_STREQ(GetChannelName(TKEmisSpace, 1, 0), "E_390");
-    EXPECT_STREQ(GetChannelName(TKTranSpace, 2, 0), "T_400");
-    EXPECT_STREQ(GetChannelName(TKLabSpace, 2, 0), "Lab_b");
-    EXPECT_STREQ(GetChannelName(TKCMYKSpace, 3, 0), "CMYK_K");
-    EXPECT_STREQ(GetChannelName(TKLuvSpace, 1, 1), "Luv_u");  // no long name: the generic one
-    EXPECT_STREQ(GetChannelName(TKKelvinSpace, 0, 0), "KelvinK");
-    EXPECT_STREQ(GetChannelName(TKColorSig("mc1A"), 45, 0), "mc1A_46");
-}
-
 TEST(ColorText, TypeFromName) {
     EXPECT_EQ(GetTypeFromName("Lab"), TKLabSpace);
     EXPECT_EQ(GetTypeFromName("LCh-uv"), TKLChuSpace);

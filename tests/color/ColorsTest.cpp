@@ -120,15 +120,4 @@ TEST(ColorTypes, ChannelRanges) {
     for (const auto& [type, max] : maxOfAll) EXPECT_EQ(GetMaxOfAll(type), max) << GetTypeName(type);
 }
 
-TEST(ColorTypes, ShownNames) {
-    EXPECT_STREQ(GetTypeName(TKNoSpace), "NoSpace");
-    EXPECT_STREQ(GetTypeName(TKLChuSpace), "LCh-uv");
-    EXPECT_STREQ(GetTypeName(TKYuvSpace), "Yu'v'");
-    EXPECT_STREQ(GetTypeName(TKNormClassSpace), "NormSpace");
-    EXPECT_STREQ(GetTypeName(TKColorSig("mc1A")), "mc1A");
-    EXPECT_STREQ(GetTypeName(TKColorSig("3CLR")), "3CLR");
-    EXPECT_STREQ(GetTypeName(TKColorSig("a b ")), "ab");
-    EXPECT_STREQ(GetTypeName(0x01020304u), "None");
-}
-
 }  // namespace

@@ -90,19 +90,6 @@ TEST_F(InvColorTrafoTest, PassesAndStart) {
     }
 }
 
-TEST_F(InvColorTrafoTest, SettersKeepTheirDefaults) {
-    auto inverse = MakeInverse();
-    struct Case {
-        double set, expected;
-    } cases[] = {{0.0, 0.1}, {-3.0, 0.1}, {0.5, 0.5}};
-    for (const Case& c : cases) {
-        inverse->SetErrLimit(c.set);
-        EXPECT_DOUBLE_EQ(inverse->GetErrLimit(), c.expected) << c.set;
-    }
-    inverse->SetRho(0.0);  // back to the global default
-    EXPECT_EQ(inverse->GetRho(), 0.0);
-}
-
 // A target at or below the darkest printable colour takes its inks at once.
 TEST_F(InvColorTrafoTest, DarkestPointShortcut) {
     auto inverse = MakeInverse();

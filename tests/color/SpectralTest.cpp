@@ -108,20 +108,6 @@ TEST(Spectral, GeneratedTablesFollowThePublishedFiles) {
     EXPECT_EQ(observer(0, 22), 1.0622);
 }
 
-TEST(Spectral, IlluminantNames) {
-    EXPECT_EQ(GetIlluminantSpectrum("F1").GetDim(), 36);
-    EXPECT_EQ(GetIlluminantSpectrum("Equal").Max(), 100.0);
-    EXPECT_TRUE(GetIlluminantSpectrum("D65") == GetIlluminantSpectrum("D65"));
-    EXPECT_TRUE(GetIlluminantSpectrum("D12").IsEmpty());  // below the daylight range
-    EXPECT_TRUE(GetIlluminantSpectrum("F13").IsEmpty());
-    EXPECT_TRUE(GetIlluminantSpectrum("D65X").IsEmpty());
-    EXPECT_TRUE(GetIlluminantSpectrum(nullptr).IsEmpty());
-    for (const char* name : {"A", "C", "E", "F4", "D75UV"}) EXPECT_NEAR(GetIlluminantSpectrum(name)[18], 100.0, 1e-12);
-    EXPECT_TKERROR(GetObserverMatrix(4), ArgErr);
-    EXPECT_TKERROR(GetDaylightSpectrum(3000.0, true), ArgErr);
-    EXPECT_TKERROR(GetBlackBodySpectrum(0.0), ArgErr);
-}
-
 TEST(Spectral, BlackBodyMatchesIlluminantA) {
     // Illuminant A is by definition a Planckian radiator of 2856 K.
     const TKVector a = GetIlluminantSpectrum("A"), body = GetBlackBodySpectrum(2856.0);

@@ -57,18 +57,6 @@ std::vector<uint16_t> RandomSamples(size_t count, uint32_t seed) {
 // Many cases here fail on purpose, so the fixture does not demand a clean last error.
 class LinkExports : public ::testing::Test {};
 
-TEST_F(LinkExports, GridBitsChooseTheGrid) {
-    Handles h;
-    EXPECT_EQ(TKColorTrafo2Link16(h.link, h.trafo, 4), 0);
-    EXPECT_EQ(h.Link()->GridPoints(), 17);
-    EXPECT_EQ(TKColorTrafo2Link8(h.link, h.trafo, 5), 0);
-    EXPECT_EQ(h.Link()->GridPoints(), 33);
-    EXPECT_EQ(TKColorTrafo2Link16(h.link, h.trafo, 0), 0);  // the default grid of 3 channels
-    EXPECT_EQ(h.Link()->GridPoints(), 17);
-    EXPECT_EQ(h.Link()->GetSrcDim(), 3);
-    EXPECT_EQ(h.Link()->GetDstDim(), 4);
-}
-
 TEST_F(LinkExports, BakingFailures) {
     Handles h;
     TKTrafoRef plain = TKNewTKTrafoRef();
@@ -183,28 +171,6 @@ TEST_F(LinkExports, ProgressAndCancel) {
     const void* in[3] = {&src[0], &src[1], &src[2]};
     void* out[4] = {&dst[0], &dst[1], &dst[2], &dst[3]};
     EXPECT_EQ(TKLink16MatchPlanes(h.link, count, in, out, 3, 4, Record, &other), 77);
-}
-
-TEST_F(LinkExports, MemoryArgumentFailures) {
-    Handles h;
-    uint8_t byte = 0;
-    uint32_t n = 0;
-    MarkLastError();
-    EXPECT_EQ(TKLoadLink8FromMemory(h.link, nullptr, 10), ArgErr);
-    EXPECT_FALSE(LastErrorIsMarker());
-    MarkLastError();
-    EXPECT_EQ(TKSaveLink16ToMemory(h.trafo, nullptr, 0, &n), ArgErr);  // not a link: a record here
-    EXPECT_FALSE(LastErrorIsMarker());
-    EXPECT_EQ(TKLoadLink16FromMemory(nullptr, &byte, 1), ArgErr);
-    EXPECT_EQ(TKSaveLink16(h.link, nullptr), ArgErr);
-    EXPECT_FALSE(LastErrorIsMarker());
-    MarkLastError();
-    TKFileSpec spec{TKString("/no/such/link.lnk")};
-    EXPECT_EQ(TKLoadLink16(h.trafo, &spec), ArgErr);  // not a link, no link handle: no record
-    EXPECT_EQ(TKSaveLink16(nullptr, &spec), ArgErr);
-    EXPECT_TRUE(LastErrorIsMarker());
-    // An empty link has no tables to write.
-    EXPECT_EQ(TKSaveLink16ToMemory(h.link, nullptr, 0, &n), PtrInvalid);
 }
 
 // Calls made from inside a running call on the same link: what another thread would see.

@@ -159,17 +159,6 @@ TEST_F(DebugChannels, CancelIsLoggedOnlyOnTestChannel) {
     EXPECT_EQ(sink->All(), "Error: 56 \"\", file \"Progress.cpp\", line 7\n");
 }
 
-TEST_F(DebugChannels, TimerReportsMilliseconds) {
-    {
-        TKDebugTimer timer("matching", kDebugGeneral);
-        timer.Step("first pass");
-    }
-    std::vector<std::string> writes = sink->Writes();
-    ASSERT_EQ(writes.size(), 2u);
-    EXPECT_TRUE(std::regex_match(writes[0], std::regex(R"('first pass' duration: +\d+\.\d{3}s\n)"))) << writes[0];
-    EXPECT_TRUE(std::regex_match(writes[1], std::regex(R"(matching: \d+ ms\n)"))) << writes[1];
-}
-
 TEST_F(DebugChannels, LinesFromManyThreadsStayWhole) {
     std::vector<std::thread> threads;
     for (int t = 0; t < 4; ++t)

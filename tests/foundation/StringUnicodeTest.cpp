@@ -1,7 +1,6 @@
 // TKString Unicode conversions, checked against the byte sequences of the Unicode standard:
 // U+00E9 is C3 A9 in UTF-8, U+20AC is E2 82 AC (UTF-16 20AC), U+1F600 is F0 9F 98 80
 // (UTF-16 surrogate pair D83D DE00).
-#include <random>
 #include <string>
 #include <vector>
 
@@ -90,23 +89,6 @@ TEST(StringUnicode, RoundTripOverAllPlanes) {
     }
     TKString wide = all.ToUTF16(1, true);
     EXPECT_TRUE(TKString::FromUTF16(wide.CString(), wide.Length(), 2, 1) == all);
-}
-
-TEST(StringUnicode, RandomBytesGiveUTF8ThatRoundTrips) {
-    // Whatever bytes come in, what comes out of the decoder is valid UTF-8: a second round
-    // trip through UTF-16 must leave it unchanged.
-    std::mt19937 random(7);
-    for (int round = 0; round < 2000; ++round) {
-        std::string bytes;
-        for (size_t n = random() % 24; n > 0; --n) bytes.push_back(char(1 + random() % 255));
-        TKString wide = TKString(bytes.c_str()).ToUTF16(1, false);
-        TKString once = TKString::FromUTF16(wide.CString(), wide.Length(), 2, 1);
-        wide = once.ToUTF16(0, true);
-        ASSERT_TRUE(TKString::FromUTF16(wide.CString(), wide.Length(), 2, 0) == once);
-        TKString raw = TKString::FromUTF16(bytes.data(), int32_t(bytes.size()), 2, 0);
-        wide = raw.ToUTF16(1, false);
-        ASSERT_TRUE(TKString::FromUTF16(wide.CString(), wide.Length(), 2, 1) == raw);
-    }
 }
 
 TEST(StringUnicode, Latin1BothWays) {

@@ -31,8 +31,3 @@ TEST(ICCFixed, WordRanges) {
     EXPECT_EQ(TKRangeToWord(0.5, 0, 1), 32768);  // 32767.5 rounds up
     EXPECT_EQ(TKRangeToWord(50, 0, 100), 32768);
 }
-
-TEST(ICCFixed, Signatures) {
-    EXPECT_EQ(TKICCSig("acsp"), 0x61637370u);
-    EXPECT_EQ(TKICCSig("XYZ "), 0x58595A20u);
-}

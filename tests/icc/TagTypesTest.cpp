@@ -175,18 +175,6 @@ TEST(ICCTextTags, DescriptionSetLayout) {
     EXPECT_STREQ(tag->GetText().CString(), "Caf\xC3\xA9");
 }
 
-TEST(ICCTextTags, MLUCDefaultLanguageIsUSen) {
-    auto tag = TKMakeRef<TKICCMLUCTag>(TKICCSig("desc"));
-    tag->SetText("sRGB");
-    Bytes file = Written(*tag);
-    ASSERT_EQ(file.size(), 8u + 20u + 8u);
-    EXPECT_EQ(0, std::memcmp(file.data() + 16, "USen", 4));
-    EXPECT_EQ(file[8 + 15], 8);     // length in bytes
-    EXPECT_EQ(file[8 + 19], 0x1C);  // offset 28
-    EXPECT_EQ(file[8 + 21], 's');
-    EXPECT_STREQ(tag->GetText().CString(), "sRGB");
-}
-
 TEST(ICCTextTags, MLUCChecks) {
     auto mluc = [](const Bytes& body) {
         TKRefPtr<TKICCTag> tag = MakeTag("mluc", "desc", body);

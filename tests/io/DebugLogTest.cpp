@@ -167,18 +167,6 @@ TEST_F(DebugLog, InitLogShrinksAnOversizedLog) {
     EXPECT_EQ(log.substr(kept.size(), 44), std::string(kTKDebugSeparator) + "\n");  // the new header
 }
 
-TEST_F(DebugLog, ChannelFileTakesItsChannelAlone) {
-    InitLog(Folder(), "", 0, false);
-    fs::path own = folder / "cache.txt";
-    SetChannelEnabled(kDebugCache, true);
-    SetChannelPrefix(kDebugCache, false);
-    SetChannelOutput(kDebugCache, std::make_shared<TKDebugFileSink>(TKFileSpec(own.c_str())));
-    DebugPrintf(kDebugCache, "cache line");
-    SetChannelOutput(kDebugCache, nullptr);
-    EXPECT_EQ(ReadFile(own), "cache line\n");
-    EXPECT_EQ(ReadFile(folder / "TKDebugLog.txt").find("cache line"), std::string::npos);
-}
-
 TEST_F(DebugLog, ProcessesShareOneLog) {
     InitLog(Folder(), "", 0, false);
     std::vector<pid_t> children;

@@ -66,16 +66,6 @@ TEST_F(DebugSettings, EmptyBaseResetsOptionsAndSaysNothing) {
     EXPECT_TRUE(ChannelEnabled(kDebugCache));
 }
 
-TEST_F(DebugSettings, DateOptionPrefixesLines) {
-    auto base = TKMakeRef<TKDataBase>();
-    base->Add("SetDebugOutputWithDate", "1");
-    InitDebugSettings(*base);
-    EXPECT_TRUE(DebugOutputWithDate());
-    sink->Clear();
-    DebugPrintf(kDebugAlwaysOn, "x");
-    EXPECT_EQ(sink->All().size(), std::string("2026-01-01 00:00:00 x\n").size()) << sink->All();
-}
-
 TEST_F(DebugSettings, ChannelFileLiesBesideTheLog) {
     InitLog(folder.c_str(), "", 0, false);
     auto base = TKMakeRef<TKDataBase>();

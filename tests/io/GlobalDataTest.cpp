@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
-#include <random>
 #include <string>
 #include <thread>
 #include <vector>
@@ -95,20 +94,6 @@ TEST(GlobalDataFile, MalformedFileIsSkipped) {
     auto base = TKGlobalData::Build(TKFileSpec(TKString(path.c_str())));
     EXPECT_EQ(base->GetInt("gInvColorFlags", -1), 1);
     std::remove(path.c_str());
-}
-
-TEST(GlobalDataFile, RandomBytesNeverLoseTheBuiltIns) {
-    std::mt19937 random(20261122);
-    const std::string syntax = " ={}\n\t\"<>/#a1";
-    for (int round = 0; round < 200; ++round) {
-        std::string bytes(size_t(random() % 400), '\0');
-        for (char& c : bytes) c = char(random() % 4 ? syntax[random() % syntax.size()] : random() % 256);
-        const std::string path = WriteFile("random.txt", bytes);
-        auto base = TKGlobalData::Build(TKFileSpec(TKString(path.c_str())));
-        // Whatever the file held, every built-in key can still be read as a number.
-        EXPECT_TRUE(base->Exists("gInvColorFlags")) << "round " << round;
-        std::remove(path.c_str());
-    }
 }
 
 TEST(GlobalDataFile, SaveWritesWhatBuildReads) {

@@ -73,15 +73,6 @@ TEST(ProgressFilter, WritesCountAgainstTheGivenLength) {
     EXPECT_EQ(TextOf(*buffer).size(), 500u);
 }
 
-TEST(ProgressFilter, SeekMovesTheReportedPosition) {
-    auto buffer = BufferOf(1000);
-    RecordingProgress progress;
-    auto filter = TKMakeRef<TKProgressFilter>(buffer.Get(), false, &progress);
-    filter->Seek(500, kSeekStart);
-    filter->Seek(0, kSeekStart);
-    EXPECT_EQ(progress.fractions, (std::vector<double>{0.5, 0.0}));
-}
-
 TEST(ProgressFilter, CancelStopsTheReader) {
     auto buffer = BufferOf(1000);
     TKStopProgress stop;

@@ -225,34 +225,3 @@ TEST(Filter, OwnedStreamsAreReleasedAndReplaced) {
     filter.SetStream(nullptr, false);
     EXPECT_EQ(filter.GetStream(), nullptr);
 }
-
-TEST(XStream, SurvivesRandomBytes) {
-    // Untrusted text: every reader must end, stay inside its buffers and fail only with codes.
-    uint32_t seed = 12345;
-    auto next = [&seed]() {
-        seed = seed * 1664525u + 1013904223u;
-        return seed >> 24;
-    };
-    const uint8_t alphabet[] = {'a', 'b', ' ', '\t', '\n', '\r', '"', '\\', 0, 'z'};
-    for (int round = 0; round < 300; ++round) {
-        std::vector<uint8_t> bytes(next() % 200);
-        for (uint8_t& b : bytes) b = (next() & 1) ? alphabet[next() % sizeof alphabet] : uint8_t(next());
-        TKBuffer buffer(bytes.data(), uint32_t(bytes.size()));
-        TKXStream x(&buffer, false, size_t(next() % 3) * 7);
-        char block[12];
-        int32_t steps = 0;
-        while (!x.AtEnd() && ++steps < 1000) {
-            try {
-                switch (next() % 3) {
-                    case 0: x.ReadToken(block, sizeof block, nullptr, true); break;
-                    case 1: x.ReadLine(block, sizeof block); break;
-                    default: x.SkipTo("ab"); break;
-                }
-            } catch (const TKError& e) {
-                EXPECT_TRUE(e.code() == BufferTooSmall || e.code() == NotFound) << e.code();
-                x.ReadByte();  // step over what did not fit
-            }
-        }
-        EXPECT_LT(steps, 1000);
-    }
-}

@@ -3,13 +3,6 @@
 #include "link/TKLinkGeneric.h"
 #include "support/TestSupport.h"
 
-TEST(LinkGridChoice, GridFromBits) {
-    // 0 is the default grid, a negative quality passes through, 7 bits are too large for a link.
-    const int32_t cases[][2] = {{4, 17}, {5, 33}, {1, 3}, {6, 65}, {0, 0}, {-2, -2}, {7, 129}};
-    for (const auto& c : cases) EXPECT_EQ(GridFromBits(c[0]), c[1]) << c[0];
-    EXPECT_TKERROR(GridFromBits(31), ArgErr);
-}
-
 TEST(LinkGridChoice, RoundGridGivesShiftableSizes) {
     const int32_t cases[][2] = {{1, 2}, {2, 2}, {3, 3}, {4, 5}, {6, 9}, {10, 17}, {17, 17},
                                 {18, 33}, {34, 65}, {100, 65}, {0, 0}, {-4, -4}};
@@ -28,13 +21,6 @@ TEST(LinkGridChoice, DefaultGridByQualityAndChannels) {
                                 {3, -1, 9},  {4, -2, 17}, {4, -5, 25}, {6, -6, 6}, {3, 21, 21}, {3, -3, -3}};
     for (const auto& c : cases) EXPECT_EQ(DefaultGrid(c[0], c[1]), c[2]) << c[0] << " channels, quality " << c[1];
     EXPECT_TKERROR(DefaultGrid(3, -8), ArgErr);
-}
-
-TEST(LinkGridChoice, QualityRowsKeepLinksSmall) {
-    for (int32_t quality : {0, -1, -2, -4, -5, -6, -7}) {
-        EXPECT_LE(DefaultGrid(4, quality), 25) << quality;
-        EXPECT_LE(DefaultGrid(8, quality), 5) << quality;
-    }
 }
 
 TEST(LinkGridChoice, NearestQualityPrefersTheFirstOfEqualDistance) {

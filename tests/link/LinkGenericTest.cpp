@@ -39,29 +39,6 @@ public:
 
 }  // namespace
 
-TEST(LinkGenericLayout, GridShiftOnlyForPowersOfTwoPlusOne) {
-    const int32_t cases[][2] = {{3, 1}, {17, 4}, {65, 6}, {2, 0}, {13, 0}, {129, 0}};
-    for (const auto& c : cases) EXPECT_EQ(TKLinkGeneric::GridShiftOf(c[0]), c[1]) << c[0];
-}
-
-TEST(LinkGenericLayout, InitBuildsStridesAndAxisOffsets) {
-    TKLinkGeneric link;
-    link.Init(4, 3, 17, 0);
-    EXPECT_EQ(link.GetSrcDim(), 4);
-    EXPECT_EQ(link.GetDstDim(), 3);
-    EXPECT_EQ(link.NodeCount(), 17u * 17 * 17 * 17);
-    EXPECT_EQ(link.GridShift(), 4);
-    EXPECT_EQ(link.InputCurveSize(), 4096);
-    EXPECT_EQ(link.OutputCurveSize(), 4096);
-    EXPECT_EQ(link.Input8Size(), 256);
-    EXPECT_EQ(link.Output8Size(), 4096);
-    EXPECT_EQ(link.Stride(0), 17 * 17 * 17);
-    EXPECT_EQ(link.Stride(3), 1);
-    for (int32_t k = 0; k < 17; ++k) EXPECT_EQ(link.AxisOffset(1, k), k * 17 * 17);
-    EXPECT_TRUE(link.IsComplete());
-    EXPECT_EQ(link.NodeFlags(), nullptr);
-}
-
 TEST(LinkGenericLayout, InitRejectsDimensionsAndGridsOutOfRange) {
     TKLinkGeneric link;
     const int32_t bad[][3] = {{0, 3, 17}, {17, 3, 2}, {3, 0, 17}, {3, 37, 17}, {3, 3, 1}, {3, 3, 66}};
@@ -70,12 +47,6 @@ TEST(LinkGenericLayout, InitRejectsDimensionsAndGridsOutOfRange) {
     EXPECT_TKERROR(link.Init(16, 36, 65, 0), MemFullErr);
     link.Init(16, 36, 2, 0);  // the largest channel counts fit at the smallest grid
     EXPECT_EQ(link.NodeCount(), 65536u);
-}
-
-TEST(LinkGenericLayout, NodePositionsSitOnWholeCells) {
-    const int32_t cases[][3] = {{1, 17, 4096}, {15, 17, 15 * 4096}, {16, 17, 0xFFFF}, {5, 13, (5 << 16) / 12},
-                                {0, 2, 0},     {1, 2, 0xFFFF},       {3, 1, 0}};
-    for (const auto& c : cases) EXPECT_EQ(TKLinkGeneric::NodePosition(c[0], c[1]), c[2]) << c[0] << " of " << c[1];
 }
 
 TEST(LinkGenericBaking, DefaultHooksGiveIdentityTables) {
@@ -192,14 +163,6 @@ TEST(LinkGenericLazy, NodesAreComputedOnFirstUse) {
     EXPECT_EQ(Node(link, 8, 2), 3);  // a copied node is never recomputed
     link.CalcNode(0);                 // complete: nothing happens
     EXPECT_EQ(link.nodeCalls.load(), 124);
-}
-
-TEST(LinkGenericLazy, OnlyTheLowTwoBitsSelectLazy) {
-    TKLinkGeneric link;
-    for (int32_t options : {5, 3, 2}) {
-        link.Init(2, 2, 3, options);
-        EXPECT_EQ(link.IsComplete(), options != 5) << options;
-    }
 }
 
 TEST(LinkGenericLazy, BadNodeIndicesAreIndexError) {

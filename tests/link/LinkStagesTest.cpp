@@ -42,34 +42,6 @@ public:
 
 }  // namespace
 
-TEST(LinkStageTrafos, ConversionsAreDefaultColorTrafos) {
-    TKRefPtr<TKTrafo> toLab = NewStageConversion(int32_t(TKXYZSpace), int32_t(TKLabSpace));
-    ASSERT_NE(toLab->Cast("TKDefaultColorTrafo"), nullptr);
-    EXPECT_EQ(toLab->GetSrcDim(), 3);
-    EXPECT_EQ(toLab->GetDstType(0), int32_t(TKLabSpace));
-    // The D50 white is L* 100, a* = b* = 0 (CIE 15 definition of L*a*b*).
-    const TKVector white = toLab->Trafo(TKVector({96.42, 100.0, 82.49}, int32_t(TKXYZSpace)));
-    EXPECT_NEAR(white[0], 100.0, 1e-6);
-    EXPECT_NEAR(white[1], 0.0, 0.01);
-    TKRefPtr<TKTrafo> same = NewStageConversion(int32_t(TKRGBSpace), int32_t(TKRGBSpace));
-    EXPECT_EQ(same->Trafo(TKVector({10.0, 20.0, 30.0}, int32_t(TKRGBSpace))), (TKVector{10.0, 20.0, 30.0}));
-}
-
-TEST(LinkStageTrafos, TypeRangesFollowTheChannelTables) {
-    TKVector min, max;
-    GetTypeRange(int32_t(TKRGBSpace), 0, min, max);
-    EXPECT_EQ(min.GetDim(), 3);
-    EXPECT_EQ(max[2], 255.0);
-    GetTypeRange(int32_t(TKLabSpace), 0, min, max);
-    EXPECT_EQ(min[1], -128.0);
-    EXPECT_EQ(max[0], 100.0);
-    GetTypeRange(0, 4, min, max);  // no type: 0..1 on the given channels
-    EXPECT_EQ(max.GetDim(), 4);
-    EXPECT_EQ(max[3], 1.0);
-    EXPECT_EQ(GetTypeChannels(int32_t(TKCMYKSpace)), 4);
-    EXPECT_EQ(GetTypeChannels(0), 0);
-}
-
 TEST(LinkStageTrafos, XYZEncodingPutsWhiteOnTheShare) {
     const TKVector white({96.42, 100.0, 82.49}, int32_t(TKXYZSpace));
     TKRefPtr<TKLinkChannelCurves> encode = NewXYZEncoding(white, 0.875, false);

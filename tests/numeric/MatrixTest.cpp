@@ -261,25 +261,3 @@ TEST(Matrix, TextForms) {
     EXPECT_TKERROR(c.FromCompactString("99999999999 99999999999 0"), FormatErr);
     EXPECT_TKERROR(c.FromCompactString("2 2 0 1 2 3"), FormatErr);
 }
-
-TEST(Matrix, GarbledTextFailsCleanly) {
-    const std::string valid = "Width 2\nHeight 2\nBEGIN_DATA\n1 2\n3 4\nEND_DATA\n";
-    const std::string compact = "2 2 9 1.5 -2 0 4 ";
-    std::mt19937 rng(11);
-    const char alphabet[] = "WidthHeightBEGIN_DATA#0123456789.-+eE \n\t";
-    for (int round = 0; round < 2000; ++round) {
-        std::string text = round % 2 ? valid : compact;
-        for (int k = 0; k < 3; ++k) {
-            size_t at = rng() % text.size();
-            if (rng() % 2) text[at] = alphabet[rng() % (sizeof alphabet - 1)];
-            else text.insert(at, std::string(1 + rng() % 12, alphabet[rng() % (sizeof alphabet - 1)]));
-        }
-        TKMatrix m;
-        try {
-            if (round % 2) m.FromText(text.data(), int32_t(text.size()));
-            else m.FromCompactString(text.c_str());
-        } catch (const TKError& e) {
-            EXPECT_EQ(e.code(), FormatErr);
-        }
-    }
-}

@@ -110,19 +110,6 @@ TEST(ExceptionColors, PurifiesToTheInksTheSourceAllows) {
     EXPECT_EQ(TKKeepFarthest(CMYK(50, 50, 50, 50), CMYK(40, 50, 55, 50), CMYK(45, 70, 45, 50)), CMYK(40, 70, 55, 50));
 }
 
-TEST(ExceptionModes, NamesAndHelpText) {
-    struct Case { uint32_t flag; const char* name; };
-    for (const Case& c : {Case{0, "None"}, Case{1, "PureBlack"}, Case{0x80, "PureWhite"}, Case{0x40000, "FullBlackToBlack"},
-                          Case{0x4000000, "MaxCMY"}, Case{0x80000000u, "NoLinearization"}, Case{3, "Unknown"}})
-        EXPECT_STREQ(TKExceptionModeName(c.flag), c.name);
-    EXPECT_STREQ(TKExceptionModeHelp(),
-                 "PureBlack(1) + BlackOverprint(2) + LinearizeGray(4)|IgnoreGray(8)|PureGray(12) + PureCMY(16) + "
-                 "PurePrimaries(32) + PureRGB(64) + PureWhite(128) + Duplex(256) + Triplex(512) + FullBlack(1024) + "
-                 "Purify(2048) + PureSecondaries(4096) + LimitPrimaries(8192) + PreserveZeroBlack(16384) + "
-                 "TriplexBelowTAC(32768) + ClipToEdge(65536) + Preserve100Black(131072) + MaxSecondaries(262144) + "
-                 "FilterExceptions(524288)");
-}
-
 TEST(ExceptionModes, FlagFunctionsForAUserInterface) {
     const uint32_t cmyk = TKCMYKSpace, rgb = TKRGBSpace;
     EXPECT_EQ(TKAllowedExceptionModes(0, cmyk, cmyk, 1), 13u | 0xC00107Du | 0x40000u | 0x2E702u | 0x40000000u | 0x30090800u);

@@ -138,4 +138,10 @@ double SecondsSince(std::chrono::steady_clock::time_point start);
 // Reads a whole file; a Failure names the file when it cannot be read.
 std::vector<uint8_t> ReadFileBytes(const std::string& path);
 
+// Writes a whole file; a Failure names the file when it cannot be written.
+void WriteFileBytes(const std::string& path, const std::vector<uint8_t>& bytes);
+
+// The file name without its folders.
+std::string BaseName(const std::string& path);
+
 }  // namespace host
