@@ -172,7 +172,7 @@ ProgressBar::ProgressBar(const std::string& title)
     : title_(title), active_(isatty(STDOUT_FILENO) != 0), start_(std::chrono::steady_clock::now()), last_() {}
 
 void ProgressBar::Show(int64_t done, int64_t total) {
-    if (!active_) return;
+    if (!active_ || SecondsSince(start_) < kQuietSeconds) return;
     const auto now = std::chrono::steady_clock::now();
     if (drawn_ && done < total && now - last_ < std::chrono::milliseconds(100)) return;
     last_ = now;
@@ -186,7 +186,7 @@ void ProgressBar::Show(int64_t done, int64_t total) {
 }
 
 void ProgressBar::Tick() {
-    if (!active_) return;
+    if (!active_ || SecondsSince(start_) < kQuietSeconds) return;
     const auto now = std::chrono::steady_clock::now();
     if (drawn_ && now - last_ < std::chrono::milliseconds(100)) return;
     last_ = now;
