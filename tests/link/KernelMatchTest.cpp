@@ -2,15 +2,15 @@
 // on every instruction set the processor runs: every kernel that can run on a link, 1 to 8 input
 // channels, grids 2 to 65, with and without curves, 8, 16 and 8-to-16 bits, interleaved and
 // planar pixels, lazy and complete links, runs of equal pixels, long interleaved calls through the
-// dispatch, odd layouts and threads on a lazy link; plus the hand-checked edge values of the cell
-// arithmetic and the exactness of the divided cells' reciprocal.
+// dispatch and odd layouts; plus the hand-checked edge values of the cell arithmetic and the
+// exactness of the divided cells' reciprocal. (Threads on a lazy link: LinkGenericTrafoTest.)
 #include <atomic>
 #include <random>
-#include <thread>
 #include <vector>
 
 #include "foundation/TKProgress.h"
 #include "link/LinkReference.h"
+#include "link/PerIsaTest.h"
 #include "link/TKLinkKernelIsa.h"
 #include "link/TKLinkKernelMath.h"
 #include "link/TKLinkKernels.h"
@@ -18,14 +18,8 @@
 
 namespace {
 
-// Each test of the suite runs once per instruction set available, with the kernels forced onto it.
-class KernelMatch : public ::testing::TestWithParam<TKLinkIsa> {
-protected:
-    void SetUp() override { TKLinkForceKernelIsa(GetParam()); }
-    void TearDown() override { TKLinkReleaseKernelIsa(); }
-};
-INSTANTIATE_TEST_SUITE_P(Isa, KernelMatch, ::testing::ValuesIn(TKLinkAvailableIsas()),
-                         [](const ::testing::TestParamInfo<TKLinkIsa>& info) { return TKLinkIsaName(info.param); });
+class KernelMatch : public PerIsaTest {};
+TK_INSTANTIATE_PER_ISA(KernelMatch);
 
 // Node values from a hash of the node's position: every index error shows. Some nodes are
 // pinned at 0 and 0xFFFF so that full-scale sums are exercised. Curves are non-linear.
