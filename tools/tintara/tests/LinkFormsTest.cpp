@@ -144,6 +144,8 @@ TEST_F(Host, DamagedOrMisplacedLinksFailInOneLine) {
         {"convert -q -l '" + Path("a.lnk") + "' 1 2 3 4", "-q does not apply", 2},
         {"convert -b -i saturation -p '" + kData + "/FOGRA39L.icc' --to lab 1 2 3 4", "black point", 2},
         {"convert -i nosuch -p '" + kData + "/FOGRA39L.icc' 1 2 3 4", "unknown rendering intent", 2},
+        {"convert -p '" + Path("a.icc") + "' --to lab 1 2 3 4", "does not deliver a connection space", 1},
+        {"convert --from xyz -p '" + Path("a.icc") + "' 1 2 3", "does not take colours from a connection", 1},
     };
     for (const Case& c : cases) {
         const Result r = Run(c.arguments);
