@@ -51,28 +51,31 @@ static uint8_t* test_pixels(size_t count) {
     return pixels;
 }
 
-static double seconds(void) {
+static double seconds(clockid_t clock) {
     struct timespec now;
-    clock_gettime(CLOCK_MONOTONIC, &now);
+    clock_gettime(clock, &now);
     return (double)now.tv_sec + now.tv_nsec * 1e-9;
 }
 
-/* The C reference of a host's cost: one call over the whole raster on one thread, best of five. */
+/* The C reference of a host's cost: one call over the whole raster on one thread, best of five,
+ * in wall time and in the thread's CPU time (which a busy machine does not inflate). */
 static int time_match(TKLinkRef link, long width, long height) {
     const size_t count = (size_t)width * (size_t)height;
     uint8_t* src = test_pixels(count);
     uint8_t* dst = (uint8_t*)malloc(count * kChannels);
-    double best = 1e9;
+    double best = 1e9, bestCpu = 1e9;
     int round;
     if (!src || !dst || count > 0x7FFFFFFF) return failed("raster", 4);
     for (round = 0; round < 5; ++round) {
-        const double start = seconds();
+        const double start = seconds(CLOCK_MONOTONIC), startCpu = seconds(CLOCK_THREAD_CPUTIME_ID);
         int32_t code = TKLink8Match(link, (int32_t)count, src, dst, 0, 0, NULL, NULL);
-        const double took = seconds() - start;
+        const double took = seconds(CLOCK_MONOTONIC) - start, tookCpu = seconds(CLOCK_THREAD_CPUTIME_ID) - startCpu;
         if (code != 0) return failed("TKLink8Match", code);
         if (took < best) best = took;
+        if (tookCpu < bestCpu) bestCpu = tookCpu;
     }
-    printf("TKLink8Match %ldx%ld CMYK: %.1f ms (%.1f Mpixel/s)\n", width, height, best * 1e3, count / best * 1e-6);
+    printf("TKLink8Match %ldx%ld CMYK: %.1f ms, %.1f ms CPU (%.1f Mpixel/s)\n", width, height, best * 1e3,
+           bestCpu * 1e3, count / best * 1e-6);
     free(src);
     free(dst);
     return 0;

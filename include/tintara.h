@@ -182,6 +182,11 @@ typedef struct TKVectorDataSet { uint32_t colorType; TKVectorDataSetProc callbac
  *   "WhiteBase"       CIE trafos (connection-space conversions) only, else 45: the measured white,
  *                     a spectrum or a colour ("XYZ 96.4 100 82.5"); empty: a 5000 K light.
  *   "Observer"        CIE trafos only, else 45: "2" or "10" (degrees); empty: 2.
+ *   "Smoothing"       linearization handles only, else 45: smoothing of the curves the next
+ *                     calculation makes, a number; negative or empty: none.
+ *   "DifferenceMethod" linearization handles only, else 45: the colour difference that measures
+ *                     tone in the next calculation, a number or a name ("dE76", "dE00", ...);
+ *                     empty: "dE76".
  *   Malformed values give 3 and leave the trafo as it was.
  * TKNewExceptionTrafoRef: a new trafo that runs `ref` and keeps defined colours pure; `ref`'s
  * handle stays valid and must still be freed. `mode` is a sum of flags: PureBlack 1,
@@ -313,16 +318,18 @@ TK_API int32_t    TKDLProfiles2MCLink8(TKLinkRef link, int32_t count, TKFileSpec
  * the calculation only, on the caller's thread, and the record is not kept). `nominal` rows are
  * the device values printed (inks in percent), `measured` rows what was measured, of any colour
  * type the library converts ('Lab ', 'XYZ ', densities...).
- * TKCalcLinearization: curves that make each channel's measured response linear, within
- * `inkLimits` (NULL or one maximum per channel in percent; NULL: 100 each).
+ * TKCalcLinearization: curves that make each channel's tone (its measured way from paper to
+ * solid) follow the nominal value linearly, within `inkLimits` (NULL or one maximum per channel
+ * in percent; NULL: 100 each).
  * TKCalcReferenceLinearization: curves that make this process print like the reference process
  * measured in refNominal/refMeasured (`refCount` rows).
  * TKCalcGrayBalance: curves that make C = M = Y print neutral; TKAdjustGrayBalance refines the
  * curves already held from a further measurement of the corrected print.
  * TKLimitSlope: bounds the slope of every curve to [minSlope, maxSlope].
  * All return 3 for a NULL or non-linearization handle, NULL sets or fewer than 2 rows (per set),
- * 23 when a callback fails or a type has more than 36 channels, 28/59 for unusable data; a failed
- * calculation leaves the curves as they were. One thread at a time per handle. */
+ * 23 when a callback fails or a type has more than 36 channels, 28/59 for unusable data, 51 for
+ * nominal values outside 0..100; a failed calculation leaves the curves as they were. One thread
+ * at a time per handle. */
 TK_API TKLinearizationRef TKNewTKLinearizationRef(void);
 TK_API void       TKFreeTKLinearizationRef(TKLinearizationRef lin);
 TK_API void       TKInitVectorDataSet(TKVectorDataSet* set, uint32_t colorType, TKVectorDataSetProc callback, void* userData);

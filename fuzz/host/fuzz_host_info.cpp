@@ -1,4 +1,6 @@
-// Fuzz target: the report of `tintara info` on untrusted bytes. A Failure is a valid outcome.
+// Fuzz target: the report of `tintara info` on untrusted bytes, as a profile and as a link file;
+// a link file that reads is written as an ICC device link and described again. A Failure is a
+// valid outcome.
 #include <unistd.h>
 
 #include <cstddef>
@@ -7,6 +9,8 @@
 #include <vector>
 
 #include "HostSupport.h"
+#include "IccLinkWriter.h"
+#include "LinkFile.h"
 #include "ProfileInfo.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
@@ -19,6 +23,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::vector<uint8_t> bytes(data, data + size);
     try {
         host::PrintProfileInfo("input", bytes);
+    } catch (const host::Failure&) {
+    }
+    try {
+        const host::NativeLink link = host::ParseNativeLink(bytes, "input");
+        host::PrintProfileInfo("written", host::MakeIccDeviceLink(link, host::IccLinkInfo{"fuzz", 0, {}}));
     } catch (const host::Failure&) {
     }
     return 0;

@@ -89,3 +89,12 @@ def test_links_travel_as_bytes_and_files(press_link, tmp_path):
         assert failure.value.code in (8, 19)
     with tintara.Link() as empty, pytest.raises(tintara.TintaraError, match="empty"):
         empty.match(image)
+
+
+def test_a_merge_link_of_one_device_link_matches_like_the_link(profiles):
+    device_link = profiles / "FOGRA39_to_FOGRA29_link.icc"
+    pixels = cmyk((20, 30, 4))
+    with tintara.MergeLink.from_device_links([device_link], [4]) as merge, \
+            tintara.Link.from_profiles([device_link], grid_bits=4) as single:
+        assert (merge.src_dim, merge.dst_dim) == (4, 4)
+        assert np.array_equal(merge.match(pixels), single.match(pixels))

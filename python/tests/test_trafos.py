@@ -34,6 +34,10 @@ def test_profile_to_lab_and_back(profiles):
             assert np.allclose(to_lab([0, 0, 0, 0]), [95.0, 0.0, -2.0], atol=0.1)
         with profile.trafo(to_pcs=False, intent=tintara.RELATIVE) as from_pcs:
             assert from_pcs.src_dim == 3 and from_pcs.dst_dim == 4
+        # No colorant tag: the names and solids the library predefines for CMYK.
+        assert profile.channel_info(0).startswith("Cyan,Lab,")
+        with pytest.raises(tintara.TintaraError, match="ArgErr"):
+            profile.channel_info(9)
 
 
 @pytest.mark.parametrize("paths, code", [

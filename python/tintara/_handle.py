@@ -50,5 +50,9 @@ class Handle:
         self.close()
 
     def __del__(self):
-        if getattr(self, "_pointer", None) is not None and not self._calls:
-            self.close()
+        # A fallback only: at interpreter exit the library may already be gone.
+        try:
+            if getattr(self, "_pointer", None) is not None and not self._calls:
+                self.close()
+        except Exception:
+            pass

@@ -46,8 +46,10 @@ void TKFreeTKTrafoRef(TKTrafoRef ref) { FreeRef(ref); }
 TKTrafoRef TKConcatenateTrafos(TKTrafo* t1, TKTrafo* t2, TKTrafo* t3, TKTrafo* t4, TKTrafo* t5, TKTrafo* t6) {
     // Object pointers, not handles: each member gets a count of its own and the caller keeps its.
     // A counted object that is no trafo (a profile, say) would be taken for one by the list.
+    // The check asks through the root class, which every object of the library starts with: a
+    // call through TKTrafo* on an object of another class would itself be undefined.
     for (TKTrafo* member : {t1, t2, t3, t4, t5, t6})
-        if (member && member->Cast("TKTrafo") != member) return nullptr;
+        if (member && static_cast<TKCastBase*>(static_cast<void*>(member))->Cast("TKTrafo") != member) return nullptr;
     return TKGuardRef([&] { return Adopt(new TKTrafoList(t1, t2, t3, t4, t5, t6, false)); });
 }
 

@@ -12,6 +12,7 @@
 
 #include "LinkBake.h"
 #include "LinkFile.h"
+#include "MergeLinkFile.h"
 #include "ProfileInfo.h"
 
 namespace host {
@@ -46,9 +47,8 @@ uint32_t BigEndian32(const std::vector<uint8_t>& bytes, size_t at) {
                                        uint32_t(bytes[at + 2]) << 8 | bytes[at + 3];
 }
 
-// The grid bits that hold the A2B0 table of a device-link profile on its own nodes: the
-// smallest 2^bits + 1 at or above its grid points (the largest axis of an 'mAB ' table). The
-// host's default when the table is of another kind.
+}  // namespace
+
 int32_t GridBitsOfDeviceLink(const std::vector<uint8_t>& profile) {
     const TagPlace table = FindTag(profile, SignatureFrom("A2B0"));
     uint32_t points = 0;
@@ -66,6 +66,8 @@ int32_t GridBitsOfDeviceLink(const std::vector<uint8_t>& profile) {
     while (bits < 6 && (1u << bits) + 1 < points) ++bits;
     return bits;
 }
+
+namespace {
 
 // The intent a member asks for, with black point compensation when the chain wants it; the
 // header's intent is looked up first, as compensation needs to know which intent it is.
@@ -206,6 +208,16 @@ bool ChainOptions::Take(Args& args) {
     return true;
 }
 
+Ref BakeDeviceLinkProfile(const std::string& path, int32_t gridBits) {
+    FileSpec spec(path);
+    TKFileSpec* specs[] = {spec.get()};
+    const int32_t intents[] = {0};
+    Ref trafo;
+    Check(TKConcatICCProfiles(trafo.out(), 1, specs, intents), "reading device link " + path);
+    double seconds = 0;
+    return BakeLink(trafo.get(), gridBits ? gridBits : GridBitsOfDeviceLink(ReadFileBytes(path)), seconds);
+}
+
 bool IsDeviceLinkProfile(const std::string& path) {
     const std::vector<uint8_t> head = FileHead(path);
     return KindOfLinkFile(head) == LinkFileKind::IccProfile && BigEndian32(head, 12) == SignatureFrom("link");
@@ -220,21 +232,16 @@ Ref LoadLink(const std::string& path) {
     RequireReadable(path);
     const std::vector<uint8_t> head = FileHead(path);
     const LinkFileKind kind = KindOfLinkFile(head);
+    if (IsMergeLinkFile(head)) return LoadMergeLink(path);
     if (kind == LinkFileKind::Unknown)
-        throw Failure("cannot read link " + path + ": neither a link file nor an ICC device-link profile");
+        throw Failure("cannot read link " + path + ": neither a link file, a merge link file nor an ICC device-link profile");
     if (kind == LinkFileKind::IccProfile) {
         const uint32_t deviceClass = BigEndian32(head, 12);
         if (deviceClass != SignatureFrom("link"))
             throw Failure("cannot read link " + path + ": an ICC profile of class '" + SignatureText(deviceClass) +
                           "', not a device link (give it with -p)");
         if (!HaveProfiles()) throw Failure("cannot read link " + path + ": this build of the library reads no ICC profiles");
-        FileSpec spec(path);
-        TKFileSpec* specs[] = {spec.get()};
-        const int32_t intents[] = {0};
-        Ref trafo;
-        Check(TKConcatICCProfiles(trafo.out(), 1, specs, intents), "reading device link " + path);
-        double seconds = 0;
-        return BakeLink(trafo.get(), GridBitsOfDeviceLink(ReadFileBytes(path)), seconds);
+        return BakeDeviceLinkProfile(path, kHostDefaultGrid);
     }
     Ref link(TKNewTKLink16Ref());
     if (!link.get()) throw Failure("cannot create a link object");
@@ -243,23 +250,26 @@ Ref LoadLink(const std::string& path) {
     return link;
 }
 
-Ref BuildMergeLink(const ChainOptions& chain, int32_t gridBits) {
-    if (!chain.link.empty() || !chain.profiles.empty())
-        throw UsageError("give either merge-link profiles (-m) or a link or profiles, not both");
-    if (chain.pcsIn || chain.pcsOut) throw UsageError("--from and --to do not apply to a merge link");
+Ref MergeLinkOfProfiles(const std::vector<std::string>& paths, const std::vector<int32_t>& gridBits) {
     std::vector<std::unique_ptr<FileSpec>> specs;
     std::vector<TKFileSpec*> pointers;
-    for (const std::string& path : chain.merge) {
+    for (const std::string& path : paths) {
         RequireReadable(path);
         specs.push_back(std::make_unique<FileSpec>(path));
         pointers.push_back(specs.back()->get());
     }
-    const std::vector<int32_t> grids(pointers.size(), gridBits);
     Ref link(TKNewTKMCLink16Ref());
     if (!link.get()) throw Failure("cannot create a merge link object");
-    Check(TKDLProfiles2MCLink16(link.get(), int32_t(pointers.size()), pointers.data(), grids.data()),
+    Check(TKDLProfiles2MCLink16(link.get(), int32_t(pointers.size()), pointers.data(), gridBits.data()),
           "building the merge link of " + std::to_string(pointers.size()) + " device-link profiles");
     return link;
+}
+
+Ref BuildMergeLink(const ChainOptions& chain, int32_t gridBits) {
+    if (!chain.link.empty() || !chain.profiles.empty())
+        throw UsageError("give either merge-link profiles (-m) or a link or profiles, not both");
+    if (chain.pcsIn || chain.pcsOut) throw UsageError("--from and --to do not apply to a merge link");
+    return MergeLinkOfProfiles(chain.merge, std::vector<int32_t>(chain.merge.size(), gridBits));
 }
 
 Ref BuildTrafo(const ChainOptions& chain) {

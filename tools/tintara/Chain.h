@@ -45,9 +45,21 @@ Ref BuildTrafo(const ChainOptions& chain);
 // with 2^gridBits + 1 points (0: the library's choice). Ready for the match functions.
 Ref BuildMergeLink(const ChainOptions& chain, int32_t gridBits);
 
-// Loads a saved link: a link file, or an ICC device-link profile (told apart by content),
-// which is baked into a link on the grid of its own table.
+// The merge link of device-link profiles in chain order, member i baked on 2^gridBits[i] + 1
+// points (0: the library's choice).
+Ref MergeLinkOfProfiles(const std::vector<std::string>& paths, const std::vector<int32_t>& gridBits);
+
+// The grid bits that hold the A2B0 table of a device-link profile's bytes on its own nodes: the
+// smallest 2^bits + 1 at or above its grid points (the largest axis of an 'mAB ' table); the
+// host's default grid when the table is of another kind.
+int32_t GridBitsOfDeviceLink(const std::vector<uint8_t>& profile);
+
+// Loads a saved link: a link file, a merge link file, or an ICC device-link profile (told apart
+// by content), which is baked into a link on the grid of its own table.
 Ref LoadLink(const std::string& path);
+
+// A device-link profile baked into a link on 2^gridBits + 1 points, or with 0 on its own table's grid.
+Ref BakeDeviceLinkProfile(const std::string& path, int32_t gridBits);
 
 // True when the file is an ICC profile of the device-link class.
 bool IsDeviceLinkProfile(const std::string& path);

@@ -7,6 +7,7 @@
 
 #include "Commands.h"
 #include "LinkFile.h"
+#include "MergeLinkFile.h"
 #include "ProfileInfo.h"
 
 namespace host {
@@ -16,8 +17,9 @@ namespace {
 const char* const kUsage =
     "usage: tintara info FILE\n"
     "Describes an ICC profile (device links included): its header, its tag table (signature, type,\n"
-    "offset, size, validity) and a summary of each tag; or a saved link file: its channels, grid,\n"
-    "curves and ranges. Exits with 1 when the profile has invalid tags or the link file is damaged.\n";
+    "offset, size, validity) and a summary of each tag; a saved link file: its channels, grid,\n"
+    "curves and ranges; or a merge link file: its members. Exits with 1 when the profile has\n"
+    "invalid tags or the link file is damaged.\n";
 
 std::string Channels(uint32_t type, int32_t count) {
     return "'" + SignatureText(type) + "' (" + std::to_string(count) + ")";
@@ -61,6 +63,21 @@ void PrintLinkInfo(const std::string& path, const std::vector<uint8_t>& bytes) {
                 "                   the chain, intents, grid and options in the profile's description)\n");
 }
 
+void PrintMergeLinkInfo(const std::string& path, const std::vector<uint8_t>& bytes) {
+    const auto members = MergeLinkMembers(bytes, path);
+    std::printf("%s\n  form             merge link file, %zu bytes, %zu members in chain order\n", path.c_str(),
+                bytes.size(), members.size());
+    for (size_t i = 0; i < members.size(); ++i) {
+        const auto& m = members[i];
+        const TagPlace table = FindTag(m, SignatureFrom("A2B0"));
+        const unsigned grid = table.size > 10 ? m[size_t(table.offset) + 10] : 0;
+        const uint32_t from = uint32_t(m[16]) << 24 | uint32_t(m[17]) << 16 | uint32_t(m[18]) << 8 | m[19];
+        const uint32_t to = uint32_t(m[20]) << 24 | uint32_t(m[21]) << 16 | uint32_t(m[22]) << 8 | m[23];
+        std::printf("  member %-2zu       '%s' -> '%s', grid %u, \"%s\"\n", i + 1, SignatureText(from).c_str(),
+                    SignatureText(to).c_str(), grid, ProfileTagText(m, SignatureFrom("desc")).c_str());
+    }
+}
+
 }  // namespace
 
 int RunInfo(Args& args) {
@@ -73,6 +90,10 @@ int RunInfo(Args& args) {
     }
     if (path.empty()) throw UsageError("no profile or link given");
     const std::vector<uint8_t> data = ReadFileBytes(path);
+    if (IsMergeLinkFile(data)) {
+        PrintMergeLinkInfo(path, data);
+        return 0;
+    }
     if (KindOfLinkFile(data) == LinkFileKind::Native) {
         PrintLinkInfo(path, data);
         return 0;

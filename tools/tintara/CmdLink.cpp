@@ -2,12 +2,12 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
-#include <fstream>
 
 #include "Chain.h"
 #include "Commands.h"
 #include "IccLinkWriter.h"
 #include "LinkBake.h"
+#include "MergeLinkFile.h"
 #include "PureColours.h"
 
 namespace host {
@@ -21,17 +21,23 @@ const char* const kUsage =
     "the link's curves and grid, the profile sequence in 'pseq' and the settings in its description)\n"
     "that other colour engines apply. A saved link of either form given with --link is baked\n"
     "again, for instance onto another grid. Device-link profiles given with -m build a merge\n"
-    "link for spot colours instead: it is checked and described, and 'tintara apply' takes the\n"
-    "same -m options (a merge link has no file form of its own).\n\noptions:\n";
+    "link for spot colours instead: it is checked and described, and with -o saved as a merge link\n"
+    "file (each member baked on its own table's grid, or -g, and kept as an ICC device link) that\n"
+    "-l reads like any link; 'tintara apply' also takes the -m options themselves.\n\noptions:\n";
 
-// Builds the merge link of the -m profiles and describes it.
-int DescribeMergeLink(const ChainOptions& chain, int32_t gridBits) {
+// Builds the merge link of the -m profiles and describes it; with an output name, saves it too.
+int MakeMergeLink(const ChainOptions& chain, int32_t gridBits, const std::string& output) {
     const auto start = std::chrono::steady_clock::now();
     Ref link = BuildMergeLink(chain, gridBits);
-    std::printf("merge link %s (%d) -> %s (%d) of %zu device-link profiles, built in %.2f s\n",
+    if (!output.empty()) {
+        OutputFile file(output);
+        WriteFileBytes(file.TempPath(), MergeLinkFileOf(chain, gridBits));
+        file.Commit();
+    }
+    std::printf("merge link %s (%d) -> %s (%d) of %zu device-link profiles, built in %.2f s%s%s\n",
                 SignatureText(TKGetTrafoSrcType(link.get())).c_str(), TKGetTrafoSrcDim(link.get()),
                 SignatureText(TKGetTrafoDstType(link.get())).c_str(), TKGetTrafoDstDim(link.get()),
-                chain.merge.size(), SecondsSince(start));
+                chain.merge.size(), SecondsSince(start), output.empty() ? "" : ", written to ", output.c_str());
     return 0;
 }
 
@@ -41,11 +47,6 @@ bool NamesIccProfile(const std::string& path) {
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char c) { return char(std::tolower(c)); });
     return extension == ".icc" || extension == ".icm";
-}
-
-std::string BaseName(const std::string& path) {
-    const size_t slash = path.find_last_of('/');
-    return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
 const char* IntentText(int32_t intent) {
@@ -88,13 +89,6 @@ IccLinkInfo Provenance(const ChainOptions& chain, const PureOptions& pure, const
     return info;
 }
 
-void WriteFileBytes(const std::string& path, const std::vector<uint8_t>& bytes) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
-    out.close();
-    if (!out) throw Failure("cannot write " + path);
-}
-
 }  // namespace
 
 int RunLink(Args& args) {
@@ -119,11 +113,14 @@ int RunLink(Args& args) {
         else throw UsageError("unexpected argument " + word);
     }
     if (!chain.merge.empty()) {
-        if (!output.empty()) throw UsageError("a merge link has no file form; give its profiles to 'tintara apply'");
+        if (NamesIccProfile(output))
+            throw UsageError("a merge link has no ICC form; save it under a name not ending in .icc or .icm");
         if (pure.Any()) throw UsageError("pure colours are not kept through a merge link");
-        return DescribeMergeLink(chain, gridBits);
+        return MakeMergeLink(chain, gridBits, output);
     }
     if (output.empty()) throw UsageError("no output file given (-o)");
+    if (!chain.link.empty() && IsMergeLinkFileAt(chain.link))
+        throw UsageError("a merge link file is applied as it is, not baked again");
     if (chain.pcsIn || chain.pcsOut) throw UsageError("a link runs from device to device; --from and --to do not apply");
     Ref trafo = pure.Apply(BuildTrafo(chain));
     double seconds = 0;

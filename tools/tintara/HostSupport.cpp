@@ -172,7 +172,7 @@ ProgressBar::ProgressBar(const std::string& title)
     : title_(title), active_(isatty(STDOUT_FILENO) != 0), start_(std::chrono::steady_clock::now()), last_() {}
 
 void ProgressBar::Show(int64_t done, int64_t total) {
-    if (!active_) return;
+    if (!active_ || SecondsSince(start_) < kQuietSeconds) return;
     const auto now = std::chrono::steady_clock::now();
     if (drawn_ && done < total && now - last_ < std::chrono::milliseconds(100)) return;
     last_ = now;
@@ -186,7 +186,7 @@ void ProgressBar::Show(int64_t done, int64_t total) {
 }
 
 void ProgressBar::Tick() {
-    if (!active_) return;
+    if (!active_ || SecondsSince(start_) < kQuietSeconds) return;
     const auto now = std::chrono::steady_clock::now();
     if (drawn_ && now - last_ < std::chrono::milliseconds(100)) return;
     last_ = now;
@@ -215,6 +215,18 @@ std::vector<uint8_t> ReadFileBytes(const std::string& path) {
     std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     if (in.bad()) throw Failure("cannot read " + path);
     return bytes;
+}
+
+void WriteFileBytes(const std::string& path, const std::vector<uint8_t>& bytes) {
+    std::ofstream out(path, std::ios::binary | std::ios::trunc);
+    out.write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
+    out.close();
+    if (!out) throw Failure("cannot write " + path);
+}
+
+std::string BaseName(const std::string& path) {
+    const size_t slash = path.find_last_of('/');
+    return slash == std::string::npos ? path : path.substr(slash + 1);
 }
 
 }  // namespace host

@@ -114,7 +114,8 @@ private:
     bool committed_ = false;
 };
 
-// A progress bar drawn on stdout when it is a terminal; silent otherwise.
+// A progress bar drawn on stdout when it is a terminal, once the work has taken a second (short
+// work stays silent); silent otherwise, and under -q, which sends stdout elsewhere.
 class ProgressBar {
 public:
     explicit ProgressBar(const std::string& title);
@@ -126,6 +127,7 @@ public:
     void Finish();
 
 private:
+    static constexpr double kQuietSeconds = 1.0;
     std::string title_;
     bool active_;
     bool drawn_ = false;
@@ -137,5 +139,11 @@ double SecondsSince(std::chrono::steady_clock::time_point start);
 
 // Reads a whole file; a Failure names the file when it cannot be read.
 std::vector<uint8_t> ReadFileBytes(const std::string& path);
+
+// Writes a whole file; a Failure names the file when it cannot be written.
+void WriteFileBytes(const std::string& path, const std::vector<uint8_t>& bytes);
+
+// The file name without its folders.
+std::string BaseName(const std::string& path);
 
 }  // namespace host

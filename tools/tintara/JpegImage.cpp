@@ -57,6 +57,23 @@ bool StartsWith(const jpeg_saved_marker_ptr marker, const char* header, size_t l
     return marker->data_length >= length && std::memcmp(marker->data, header, length) == 0;
 }
 
+// libjpeg's state of one file, released however the work ends (a constructor that throws runs
+// no destructor of its own class, but those of its members).
+struct Decompressor {
+    jpeg_decompress_struct info{};
+    bool created = false;
+    ~Decompressor() {
+        if (created) jpeg_destroy_decompress(&info);
+    }
+};
+struct Compressor {
+    jpeg_compress_struct info{};
+    bool created = false;
+    ~Compressor() {
+        if (created) jpeg_destroy_compress(&info);
+    }
+};
+
 class JpegReader : public ImageReader {
 public:
     JpegReader(const std::string& path, uint64_t maxImageBytes) : path_(path) {
@@ -66,10 +83,6 @@ public:
         info_.err = &error_.manager;
         if (!Begin(maxImageBytes)) throw Failure("cannot read " + path_ + ": " + why_);
         bandRows_ = DefaultBandRows(shape_);
-    }
-
-    ~JpegReader() override {
-        if (created_) jpeg_destroy_decompress(&info_);
     }
 
     void Read(Image& band, uint32_t rows) override {
@@ -155,8 +168,10 @@ private:
     std::string path_, why_;
     FilePtr file_;
     ErrorJump error_;
-    jpeg_decompress_struct info_{};
-    bool created_ = false, inverted_ = false;
+    Decompressor state_;
+    jpeg_decompress_struct& info_ = state_.info;
+    bool& created_ = state_.created;
+    bool inverted_ = false;
 };
 
 // Photoshop's resource block holding only IPTC data (resource 0x0404), for an APP13 marker.
@@ -184,10 +199,6 @@ public:
         markers_.push_back({JPEG_COM, std::vector<uint8_t>(shape.description.begin(), shape.description.end())});
         row_.resize(size_t(shape.width) * shape.ColourChannels());
         if (!Begin(quality)) throw Failure("cannot write " + shownName_ + ": " + error_.message);
-    }
-
-    ~JpegWriter() override {
-        if (created_) jpeg_destroy_compress(&info_);
     }
 
     void Write(const Image& band, uint32_t rows) override {
@@ -277,8 +288,9 @@ private:
     std::string shownName_;
     FilePtr file_;
     ErrorJump error_;
-    jpeg_compress_struct info_{};
-    bool created_ = false;
+    Compressor state_;
+    jpeg_compress_struct& info_ = state_.info;
+    bool& created_ = state_.created;
     std::vector<Marker> markers_;
     std::vector<uint8_t> row_;
 };

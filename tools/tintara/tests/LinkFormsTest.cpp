@@ -136,7 +136,7 @@ TEST_F(Host, DamagedOrMisplacedLinksFailInOneLine) {
     } const cases[] = {
         {"convert -l '" + Path("short.icc") + "' 1 2 3 4", "short.icc", 1},
         {"convert -l '" + Path("short.lnk") + "' 1 2 3 4", "short.lnk", 1},
-        {"convert -l '" + Path("text.lnk") + "' 1 2 3 4", "neither a link file nor an ICC device-link", 1},
+        {"convert -l '" + Path("text.lnk") + "' 1 2 3 4", "nor an ICC device-link profile", 1},
         {"convert -l '" + kData + "/sRGB.icc' 1 2 3", "class 'mntr', not a device link", 1},
         {"info '" + Path("short.lnk") + "'", "does not end with 'EEGT'", 1},
         {"info '" + Path("half.lnk") + "'", "ends early", 1},
@@ -171,6 +171,43 @@ TEST_F(Host, BlackPointCompensationAndIntentNames) {
     const Result version = Run("--version");
     EXPECT_EQ(version.code, 0);
     EXPECT_EQ(version.out.rfind("tintara ", 0), 0u) << version.out;
+}
+
+TEST_F(Host, MergeLinkFilesApplyLikeTheirProfiles) {
+    const std::string merge =
+        " -m '" + Link("press.icc") + "' -m '" + Link("orange.icc") + "' -m '" + Link("green.icc") + "' ";
+    const Result saved = Run("link" + merge + "-o '" + Path("spots.tml") + "'");
+    ASSERT_EQ(saved.code, 0) << saved.err;
+    const Result info = Run("info '" + Path("spots.tml") + "'");
+    EXPECT_EQ(info.code, 0) << info.err;
+    EXPECT_NE(info.out.find("3 members"), std::string::npos) << info.out;
+    EXPECT_NE(info.out.find("'5CLR' -> 'CMYK', grid 9"), std::string::npos) << info.out;
+
+    ASSERT_EQ(Run("testimage -b 8 -s 64x48 '" + Path("in.tif") + "'").code, 0);
+    ASSERT_EQ(Run("apply -l '" + Link("rgb-to-6.lnk") + "' '" + Path("in.tif") + "' '" + Path("six.tif") + "'").code, 0);
+    // The members' tables have 9 points, which the file keeps; the direct build is asked for them.
+    ASSERT_EQ(Run("apply -g 3" + merge + "'" + Path("six.tif") + "' '" + Path("direct.tif") + "'").code, 0);
+    const Result applied = Run("apply -l '" + Path("spots.tml") + "' '" + Path("six.tif") + "' '" + Path("saved.tif") + "'");
+    ASSERT_EQ(applied.code, 0) << applied.err;
+    // Each member's table went through a bake and an ICC table of the same grid: one code at most.
+    const host::Image direct = host::ReadImage(Path("direct.tif")), fromFile = host::ReadImage(Path("saved.tif"));
+    ASSERT_EQ(direct.samples, fromFile.samples);
+    uint32_t largest = 0;
+    for (uint32_t y = 0; y < direct.height; ++y)
+        for (uint32_t x = 0; x < direct.width; ++x)
+            for (uint16_t s = 0; s < 4; ++s) {
+                const uint32_t a = Sample(direct, x, y, s), b = Sample(fromFile, x, y, s);
+                largest = std::max(largest, a > b ? a - b : b - a);
+            }
+    EXPECT_LE(largest, 1u);
+
+    const std::string bytes = Slurp(Path("spots.tml"));
+    std::ofstream(Path("cut.tml"), std::ios::binary) << bytes.substr(0, bytes.size() / 2);
+    const Result cut = Run("apply -l '" + Path("cut.tml") + "' '" + Path("six.tif") + "' '" + Path("cut.tif") + "'");
+    EXPECT_EQ(cut.code, 1);
+    EXPECT_NE(cut.err.find("member 2 runs past the end"), std::string::npos) << cut.err;
+    EXPECT_EQ(Run("link -l '" + Path("spots.tml") + "' -o '" + Path("again.lnk") + "'").code, 2);
+    for (const std::string& name : Files()) EXPECT_EQ(name.find("cut.tif"), std::string::npos) << name;
 }
 
 }  // namespace

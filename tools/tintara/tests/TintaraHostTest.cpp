@@ -599,7 +599,7 @@ TEST_F(Host, MergeLinkMatchesSixInkRastersWithSpots) {
     const Result described = Run("link" + merge);
     ASSERT_EQ(described.code, 0) << described.err;
     EXPECT_NE(described.out.find("(6) -> CMYK (4) of 3 device-link profiles"), std::string::npos) << described.out;
-    EXPECT_EQ(Run("link" + merge + "-o '" + Path("x.lnk") + "'").code, 2);
+    EXPECT_EQ(Run("link" + merge + "-o '" + Path("x.icc") + "'").code, 2);
     EXPECT_EQ(Run("link" + merge + "-l '" + Link("rgb-to-6.lnk") + "'").code, 2);
 
     // The library's own view of the merge link, colour by colour.
