@@ -41,6 +41,15 @@ const MetadataCarrier kCarriers[] = {{0, kXmpKey, sizeof kXmpKey, MetadataField:
 // PNG counts pixels per metre; TIFF per inch (2) or per centimetre (3).
 double PerMetre(uint16_t unit) { return unit == 3 ? 100.0 : 100.0 / 2.54; }
 
+// Runs libpng calls; false when libpng reports an error, which jumps back here. The calls hold
+// nothing that needs a destructor.
+template <class Calls>
+bool WithoutError(png_structp png, Calls&& calls) {
+    if (setjmp(png_jmpbuf(png))) return false;
+    calls();
+    return true;
+}
+
 // The libpng structures of one file, released however the work ends.
 struct ReadHandles {
     png_structp png = nullptr;
@@ -126,10 +135,10 @@ public:
 private:
     // Decodes into the row pointers set up; false after a libpng error.
     bool ReadRows(uint32_t rows) {
-        if (setjmp(png_jmpbuf(png_))) return false;
-        if (interlaced_) png_read_image(png_, rowPointers_.data());
-        else png_read_rows(png_, rowPointers_.data(), nullptr, rows);
-        return true;
+        return WithoutError(png_, [&] {
+            if (interlaced_) png_read_image(png_, rowPointers_.data());
+            else png_read_rows(png_, rowPointers_.data(), nullptr, rows);
+        });
     }
 
     std::string path_, error_;
@@ -212,16 +221,8 @@ public:
     }
 
 private:
-    bool WriteRow() {
-        if (setjmp(png_jmpbuf(png_))) return false;
-        png_write_row(png_, row_.data());
-        return true;
-    }
-    bool End() {
-        if (setjmp(png_jmpbuf(png_))) return false;
-        png_write_end(png_, nullptr);
-        return true;
-    }
+    bool WriteRow() { return WithoutError(png_, [&] { png_write_row(png_, row_.data()); }); }
+    bool End() { return WithoutError(png_, [&] { png_write_end(png_, nullptr); }); }
 
     std::string shownName_, error_;
     FilePtr file_;
