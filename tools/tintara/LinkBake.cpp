@@ -37,6 +37,7 @@ Ref BakeLink(TKTrafoRef trafo, int32_t gridBits, double& seconds) {
     if (!link.get()) throw Failure("cannot create a link object");
     // The library reports no progress while it bakes, so the bar shows the time instead.
     ProgressBar bar("baking the link");
+    bar.Tick();  // asked for, the bar shows even a bake that ends before the ticker's first turn
     std::atomic<bool> done{false};
     std::thread ticker([&] {
         while (!done.load()) {
