@@ -23,9 +23,8 @@ namespace {
 // 0.086 / 1.41, 33 points 0.027 / 0.72 (but ten times the baking time), Little CMS 2.14
 // precalculated 0.132 / 1.45. Three (sRGB -> FOGRA39): the library's 17 points 0.130 / 1.61,
 // 33 points 0.039 / 0.68, Little CMS 0.045 / 0.73; Lab -> FOGRA39 on its gamut: 17 points
-// 0.294 / 1.96, 33 points 0.082 / 0.66, Little CMS 0.157 / 1.07. Other channel counts keep the
-// library's rule.
-constexpr int32_t kFourChannelGridBits = 4, kThreeChannelGridBits = 5;
+// 0.294 / 1.96, 33 points 0.082 / 0.66, Little CMS 0.157 / 1.07. Hence kFourChannelGridBits and
+// kThreeChannelGridBits; other channel counts keep the library's rule.
 
 int32_t GridBitsFor(TKTrafoRef trafo, int32_t gridBits) {
     if (gridBits == kLibraryGrid) return 0;
