@@ -5,12 +5,7 @@
 
 #include <immintrin.h>
 
-#if defined(__clang__)
-#pragma clang attribute push(__attribute__((target("avx2"))), apply_to = function)
-#else
-#pragma GCC push_options
-#pragma GCC target("avx2")
-#endif
+TK_AVX2_FUNCTIONS_BEGIN
 
 namespace {
 
@@ -32,10 +27,6 @@ bool TKMaskedScanAvx2(const uint8_t* begin, int64_t blocks, const uint64_t* mask
     return !_mm256_testz_si256(any, any);
 }
 
-#if defined(__clang__)
-#pragma clang attribute pop
-#else
-#pragma GCC pop_options
-#endif
+TK_AVX2_FUNCTIONS_END
 
 #endif  // TK_LINK_HAS_AVX2
