@@ -60,9 +60,10 @@ protected:
     bool FindRunningMembers(int32_t count, const Sample* const* src, const int32_t* srcStrides, bool* runs) const;
 
     // With the skip flag and members after the first: `matchFirst(start, n)` matches member 0
-    // chunk by chunk, and each chunk's extra planes are tested for ink while they are still in
-    // cache, until one has ink. True when no plane has ink: the run is done. Otherwise `matched`
-    // pixels are done by member 0 (none without the flag or further members).
+    // chunk by chunk, and each chunk's extra planes are tested for ink right after, while the
+    // kernel's reads still hold them in cache (the kernel hides the memory's latency behind its
+    // arithmetic, a bare scan can't), until one has ink. True when no plane has ink: the run is
+    // done. Otherwise `matched` pixels are done by member 0 (none without the flag or further members).
     template <class Sample, class MatchFirst>
     bool MatchFirstUntilInk(int32_t count, const Sample* const* src, const int32_t* srcStrides,
                             MatchFirst&& matchFirst, int32_t& matched) const {
@@ -83,8 +84,9 @@ protected:
 
 private:
     // Pixels per chunk of the ink test: long enough that a kernel's set-up per call is lost in
-    // it, short enough that the chunk's samples are still in the second-level cache.
-    static constexpr int32_t kInkChunk = 65536;
+    // it, short enough that the chunk's samples (up to 12 bytes a pixel for 16-bit CMYK and two
+    // spots) and member 0's results stay in the second-level cache between match and test.
+    static constexpr int32_t kInkChunk = 16384;
 
     static bool HasInk(int32_t count, const uint8_t* const* planes, const int32_t* strides, int32_t channels);
     static bool HasInk(int32_t count, const uint16_t* const* planes, const int32_t* strides, int32_t channels);
