@@ -198,6 +198,7 @@ struct TKLinkAvx2Lanes {
         if (step != kBytes && kBytes != 4 && kBytes != 8) return false;
         if constexpr (sizeof(S) == 1 && Channels == 4) {
             const __m256i all = step == kBytes ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))
+                                : step == 6    ? SixByteSteps(p)
                                                : WordsAt<uint32_t>(p, step);
             const __m256i byte = _mm256_set1_epi32(0xFF);
             for (int32_t c = 0; c < 4; ++c) channels[c] = V(_mm256_and_si256(_mm256_srli_epi32(all, 8 * c), byte));
@@ -226,8 +227,8 @@ struct TKLinkAvx2Lanes {
                 first = _mm256_set_m128i(half(2 * kPixel), half(0));
                 second = _mm256_set_m128i(half(kLastPair), half(4 * kPixel));
             } else if constexpr (Channels == 4) {  // pixel words 0, 1 | 2, 3 and 4, 5 | 6, 7
-                first = WordsAt<uint64_t>(p, step);
-                second = WordsAt<uint64_t>(p + ptrdiff_t(4) * step, step);
+                first = step == 12 ? TwelveByteSteps(p) : WordsAt<uint64_t>(p, step);
+                second = step == 12 ? TwelveByteSteps(p + 48) : WordsAt<uint64_t>(p + ptrdiff_t(4) * step, step);
             }
             const __m256i order = _mm256_setr_epi32(0, 1, 4, 5, 2, 3, 6, 7);
             for (int32_t c = 0; c < Channels; ++c) {
@@ -322,6 +323,32 @@ private:
                                      int32_t(at(5)), int32_t(at(6)), int32_t(at(7)));
         else
             return _mm256_setr_epi64x(int64_t(at(0)), int64_t(at(1)), int64_t(at(2)), int64_t(at(3)));
+    }
+
+    // The first four bytes of eight pixels 6 bytes apart (CMYK and two spots): pixels 0 to 2 and
+    // 4 to 6 from the halves at 0 and 24, pixels 3 and 7 from those at 6 and 30, all inside the
+    // 48 bytes of the pixels.
+    static __m256i SixByteSteps(const uint8_t* p) {
+        const __m256i front = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(p + 24),
+                                                  reinterpret_cast<const __m128i*>(p));
+        const __m256i back = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(p + 30),
+                                                 reinterpret_cast<const __m128i*>(p + 6));
+        const int8_t z = -1;
+        const __m256i pickFront = _mm256_setr_epi8(0, 1, 2, 3, 6, 7, 8, 9, 12, 13, 14, 15, z, z, z, z, 0, 1, 2, 3, 6,
+                                                   7, 8, 9, 12, 13, 14, 15, z, z, z, z);
+        const __m256i pickBack = _mm256_setr_epi8(z, z, z, z, z, z, z, z, z, z, z, z, 12, 13, 14, 15, z, z, z, z, z,
+                                                  z, z, z, z, z, z, z, 12, 13, 14, 15);
+        return _mm256_or_si256(_mm256_shuffle_epi8(front, pickFront), _mm256_shuffle_epi8(back, pickBack));
+    }
+    // The first eight bytes of four pixels 12 bytes apart (16-bit CMYK and two spots), pixels
+    // 0, 1 | 2, 3: the halves at 0 and 24 hold pixels 0 and 2 in their low words, those at 4
+    // and 28 pixels 1 and 3 in their high words.
+    static __m256i TwelveByteSteps(const uint8_t* p) {
+        const __m256i even = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(p + 24),
+                                                 reinterpret_cast<const __m128i*>(p));
+        const __m256i odd = _mm256_loadu2_m128i(reinterpret_cast<const __m128i*>(p + 28),
+                                                reinterpret_cast<const __m128i*>(p + 4));
+        return _mm256_blend_epi32(even, odd, 0xCC);
     }
 
     static void StoreTwelve(uint8_t* p, __m128i bytes) {
