@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "link/MergeTestSupport.h"
+#include "link/PerIsaTest.h"
 #include "link/TKMCMergeLinkGenericTrafo.h"
 #include "numeric/TKSampleConversions.h"
 #include "support/TestSupport.h"
@@ -67,6 +68,9 @@ std::vector<Sample*> Planes(std::vector<Sample>& block, int32_t channels, int32_
     for (int32_t c = 0; c < channels; ++c) planes.push_back(block.data() + size_t(c) * size_t(count));
     return planes;
 }
+
+class MCMergeSkip : public PerIsaTest {};
+TK_INSTANTIATE_PER_ISA(MCMergeSkip);
 
 }  // namespace
 
@@ -267,7 +271,7 @@ TEST(MCMergeLink, DepthsAndLayoutsAgree) {
 // Which spot members run is decided on the whole run, also when the run is tested in chunks: one
 // inked green sample at the very end makes the green member (which adds cyan even at 0) run over
 // every pixel, while the empty orange plane is still passed over.
-TEST(MCMergeLink, EmptySpotPlanesAreSkippedAsAWhole) {
+TEST_P(MCMergeSkip, EmptySpotPlanesAreSkippedAsAWhole) {
     Chain chain(2.0);
     chain.merge->SetSkipEmptyChannels(true);
     auto pressAndGreen = TKMakeRef<TKMCMergeLinkGenericTrafo>();
@@ -298,6 +302,39 @@ TEST(MCMergeLink, EmptySpotPlanesAreSkippedAsAWhole) {
         EXPECT_EQ(merged, expected) << "green at the end, " << count << " pixels";
     };
     for (int32_t count : {500, 65536, 70000}) {
+        run(uint8_t(), count);
+        run(uint16_t(), count);
+    }
+}
+
+// Interleaved CMYK and two empty spots, the host's usual raster: the merge link's bytes are those
+// of the scalar CMYK link on the same CMYK pixels packed, at counts that end inside, on and past
+// the chunks of the ink test.
+TEST_P(MCMergeSkip, EmptySpotsInterleavedGiveTheScalarCMYKLinksBytes) {
+    Chain chain(2.0);
+    chain.merge->SetSkipEmptyChannels(true);
+    auto run = [&](auto sample, int32_t count) {
+        using Sample = decltype(sample);
+        std::vector<Sample> six = RandomPlanes<Sample>(6, count, 5), four(size_t(4) * count);
+        for (int32_t i = 0; i < count; ++i)
+            for (int32_t c = 0; c < 6; ++c) {
+                if (c >= 4) six[size_t(i) * 6 + size_t(c)] = 0;
+                else four[size_t(i) * 4 + size_t(c)] = six[size_t(i) * 6 + size_t(c)];
+            }
+        std::vector<Sample> merged(size_t(4) * count), expected(merged.size());
+        auto raster = [&](const TKTrafo& trafo, const Sample* in, Sample* out) {
+            if constexpr (sizeof(Sample) == 1)
+                trafo.TrafoRaster8(count, 1, in, out, 0, 0, nullptr);
+            else
+                trafo.TrafoRaster16(count, 1, in, out, 0, 0, nullptr);
+        };
+        raster(*chain.merge, six.data(), merged.data());
+        TKLinkForceKernelIsa(TKLinkIsa::kScalar);
+        raster(*chain.links[0], four.data(), expected.data());
+        TKLinkForceKernelIsa(GetParam());
+        EXPECT_EQ(merged, expected) << count << " pixels of " << sizeof(Sample) * 8 << " bits";
+    };
+    for (int32_t count : {1003, 16384, 40000}) {
         run(uint8_t(), count);
         run(uint16_t(), count);
     }
