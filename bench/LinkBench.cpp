@@ -7,6 +7,8 @@
 #include <cstring>
 #include <memory>
 #include <random>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "color/TKColors.h"
@@ -88,15 +90,34 @@ constexpr int32_t kWidth = 1024;
 constexpr int32_t kHeight = 512;
 constexpr int32_t kPixels = kWidth * kHeight;
 
-// Random samples, or an image-like raster: rows of flat runs (1 to 64 pixels) alternating
-// with rows of smooth gradients, as scanned artwork and vector graphics give.
+// Random samples; an image-like raster: rows of flat runs (1 to 64 pixels) alternating with rows
+// of smooth gradients, as scanned artwork and vector graphics give; or a photo-like one: every
+// channel a smooth field of a few slow waves across the raster, with a grain of a few codes, so
+// that neighbouring pixels are close but seldom equal.
+enum class Content { kRandom, kImage, kPhoto };
+
 template <class Sample>
-std::vector<Sample> MakePixels(int32_t channels, bool image) {
+std::vector<Sample> MakePixels(int32_t channels, Content content) {
     std::mt19937 rng(42);
     const uint32_t top = sizeof(Sample) == 1 ? 0xFF : 0xFFFF;
     std::vector<Sample> px(size_t(kPixels) * channels);
-    if (!image) {
+    if (content == Content::kRandom) {
         for (auto& s : px) s = Sample(rng() & top);
+        return px;
+    }
+    if (content == Content::kPhoto) {
+        const double grain = top / 128.0;
+        std::uniform_real_distribution<double> noise(-grain, grain);
+        for (int32_t y = 0; y < kHeight; ++y)
+            for (int32_t x = 0; x < kWidth; ++x)
+                for (int32_t c = 0; c < channels; ++c) {
+                    const double u = double(x) / kWidth, v = double(y) / kHeight;
+                    const double wave = 0.5 + 0.25 * std::sin(6.2832 * (u * (1 + c) + 0.3 * c)) +
+                                        0.2 * std::cos(6.2832 * (v * (2 + c) + u * 0.7)) +
+                                        0.05 * std::sin(6.2832 * (u + v) * 9.0);
+                    const double value = std::clamp(wave * top + noise(rng), 0.0, double(top));
+                    px[(size_t(y) * kWidth + x) * channels + c] = Sample(std::lround(value));
+                }
         return px;
     }
     for (int32_t y = 0; y < kHeight; ++y) {
@@ -144,9 +165,9 @@ std::vector<Sample> ToPlanes(const std::vector<Sample>& px, int32_t channels) {
 // ---- Tintara ----
 
 template <class Sample>
-void MatchTintara(benchmark::State& state, const Case& c, bool image, bool planar) {
+void MatchTintara(benchmark::State& state, const Case& c, Content content, bool planar) {
     auto link = MakeLink(c, SampleGrid(c));
-    std::vector<Sample> in = MakePixels<Sample>(c.srcDim, image);
+    std::vector<Sample> in = MakePixels<Sample>(c.srcDim, content);
     if (planar) in = ToPlanes(in, c.srcDim);
     std::vector<Sample> out(size_t(kPixels) * c.dstDim);
     // Each thread its own strip of the raster.
@@ -167,7 +188,7 @@ void MatchTintara(benchmark::State& state, const Case& c, bool image, bool plana
 // The memory limit beside the kernels: the source buffer copied into one of the same size.
 template <class Sample>
 void CopyPixels(benchmark::State& state, const Case& c) {
-    std::vector<Sample> in = MakePixels<Sample>(c.srcDim, false);
+    std::vector<Sample> in = MakePixels<Sample>(c.srcDim, Content::kRandom);
     std::vector<Sample> out(in.size());
     for (auto _ : state) {
         std::memcpy(out.data(), in.data(), in.size() * sizeof(Sample));
@@ -208,13 +229,13 @@ cmsHTRANSFORM MakeLcmsTransform(const Case& c, int32_t bits, bool planar) {
 }
 
 template <class Sample>
-void MatchLcms(benchmark::State& state, const Case& c, bool image, bool planar) {
+void MatchLcms(benchmark::State& state, const Case& c, Content content, bool planar) {
     cmsHTRANSFORM transform = MakeLcmsTransform(c, sizeof(Sample) * 8, planar);
     if (!transform) {
         state.SkipWithError("Little CMS refused the transform");
         return;
     }
-    std::vector<Sample> in = MakePixels<Sample>(c.srcDim, image);
+    std::vector<Sample> in = MakePixels<Sample>(c.srcDim, content);
     if (planar) in = ToPlanes(in, c.srcDim);
     std::vector<Sample> out(size_t(kPixels) * c.dstDim);
     for (auto _ : state) {
@@ -245,16 +266,19 @@ void MatchLcms(benchmark::State& state, const Case& c, bool image, bool planar) 
 template <class Sample>
 void Register(const char* caseName, const Case& c) {
     const char* depth = sizeof(Sample) == 1 ? "8" : "16";
-    for (bool image : {false, true})
+    const std::pair<Content, const char*> contents[] = {
+        {Content::kRandom, "random"}, {Content::kImage, "image"}, {Content::kPhoto, "photo"}};
+    for (const auto& [content, contentName] : contents)
         for (bool planar : {false, true}) {
-            const std::string suffix = std::string(caseName) + "/" + depth + "bit/" + (image ? "image" : "random") +
-                                       "/" + (planar ? "planar" : "interleaved");
+            if (content == Content::kPhoto && planar) continue;  // photos come interleaved
+            const std::string suffix = std::string(caseName) + "/" + depth + "bit/" + contentName + "/" +
+                                       (planar ? "planar" : "interleaved");
             benchmark::RegisterBenchmark(("Tintara/" + suffix).c_str(), [=](benchmark::State& s) {
-                MatchTintara<Sample>(s, c, image, planar);
+                MatchTintara<Sample>(s, c, content, planar);
             })->Unit(benchmark::kMillisecond);
 #ifdef TINTARA_HAVE_LCMS2
             benchmark::RegisterBenchmark(("Lcms2/" + suffix).c_str(), [=](benchmark::State& s) {
-                MatchLcms<Sample>(s, c, image, planar);
+                MatchLcms<Sample>(s, c, content, planar);
             })->Unit(benchmark::kMillisecond);
 #endif
         }
@@ -265,7 +289,7 @@ void Register(const char* caseName, const Case& c) {
     // items of all threads by the sum of their times: the wall-clock rate is twice the counter.
     benchmark::RegisterBenchmark((std::string("Tintara/") + caseName + "/" + depth + "bit/random/interleaved/threads")
                                      .c_str(),
-                                 [=](benchmark::State& s) { MatchTintara<Sample>(s, c, false, false); })
+                                 [=](benchmark::State& s) { MatchTintara<Sample>(s, c, Content::kRandom, false); })
         ->Threads(2)
         ->UseRealTime()
         ->Unit(benchmark::kMillisecond);
