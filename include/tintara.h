@@ -12,7 +12,7 @@
  * link: called while another call on the link runs, they return ThreadError (67) and leave it
  * as it is, and a match, TKDoTrafo or save called during a rebuild returns 67 as well: nothing
  * waits, so a host that re-bakes a shared link retries or serialises those calls itself. The
- * TKGetTrafo* queries are not checked: during a rebuild they may answer the old or the new link.
+ * TKGetTrafo* queries answer 0 during a rebuild, as for no trafo.
  * TKFreeTKLink*Ref must come after every other call on the handle has returned, and a link
  * used inside another trafo (TKConcatenateTrafos) is not checked through that trafo.
  * Other handles (trafos, profiles, file specs) are for one thread at a time, except that

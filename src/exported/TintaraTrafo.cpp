@@ -17,11 +17,15 @@ TKTrafo* HeldTrafo(TKTrafoRef ref) { return RefObjectAs<TKTrafo>(ref, "TKTrafo")
 
 // A query of a held trafo: 0 for no trafo, and 0 too when the trafo cannot answer (a merge
 // link whose members were re-baked to other shapes throws), since nothing may leave the C boundary.
+// A link being baked or loaded on another thread answers 0 as well: its shape is being rewritten.
 template <class Query>
 auto AskTrafo(TKTrafoRef ref, Query&& query) noexcept -> decltype(query(*HeldTrafo(ref))) {
     try {
         TKTrafo* trafo = HeldTrafo(ref);
-        return trafo ? query(*trafo) : 0;
+        if (!trafo) return 0;
+        std::optional<TKUseGate::Use> use;
+        if (auto* link = TKCast<TKLinkGenericTrafo>(trafo, "TKLinkGenericTrafo")) use.emplace(link->UseGate());
+        return use && !*use ? 0 : query(*trafo);
     } catch (...) {
         return 0;
     }
