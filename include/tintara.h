@@ -248,6 +248,8 @@ TK_API TKTrafoRef TKNewCustomTrafoRef(int32_t srcDim, int32_t dstDim, uint32_t s
  *               rendering, 0 relative .. 1 absolute (default 0.5).
  *   "CustomRendering1ScaleLuminance" factor: intent 21 scales the white's luminance (default 1).
  *   "DensityMode" "Status-A", "Status-E", "Status-I", "Status-T", "Status-M" or "Maximum-Density".
+ * A value that is not of the form given (a number out of its range, a colour of other than
+ * three values, an unknown method name) gives 3 and keeps the option as it was.
  * Safe from any thread; a change applies to trafos built afterwards. */
 TK_API TKICCProfile* TKNewICCProfileRef(void);
 TK_API void       TKFreeICCProfileRef(TKICCProfile* profile);
