@@ -54,7 +54,10 @@ run() {
   local target=$1 log="$build/artifacts/$1/fuzz.log" extra=()
   mkdir -p "$build/artifacts/$target"
   # Trafo building is slow on large profiles: inputs stay below the size of the largest link.
-  case $target in fuzz_profile_trafo | fuzz_concat) extra=(-max_len=80000) ;; esac
+  case $target in
+    fuzz_profile_trafo | fuzz_concat) extra=(-max_len=80000) ;;
+    fuzz_host_merge_link) extra=(-max_len=160000) ;; # two members of a few thousand nodes each
+  esac
   ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
     /usr/bin/time -o "$build/artifacts/$target/cpu" -f '%U %S' \
     nice "$build/fuzz/$target" -max_total_time="$seconds" -rss_limit_mb=2048 -timeout=30 -print_final_stats=1 \
