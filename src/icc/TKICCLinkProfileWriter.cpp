@@ -23,7 +23,14 @@ uint32_t DeviceSide(int32_t type, int32_t channels) {
     return device;
 }
 
+// A channel range run the other way: from its top down to its bottom.
+void TurnOver(double& min, double& span) {
+    min += span;
+    span = -span;
+}
+
 // A "link" class profile, version 2.4, holding `table` as its A2B0.
+
 TKRefPtr<TKICCProfileLink> LinkProfileAround(TKICCLutTag* table, uint32_t srcType, uint32_t dstType,
                                              const TKString& description) {
     auto profile = TKMakeRef<TKICCProfileLink>();
@@ -71,6 +78,10 @@ TKRefPtr<TKICCProfileLink> TKMakeDeviceLinkProfile(const TKTrafo& trafo, int32_t
         dstMin[size_t(o)] = GetChannelMin(dstType, o);
         dstSpan[size_t(o)] = GetChannelMax(dstType, o) - dstMin[size_t(o)];
     }
+    // ICC gray is a device value with 0 for black, the engine's gray an ink: the gray axis of
+    // the table runs from full ink down to none.
+    if (srcType == TKGraySpace) TurnOver(srcMin[0], srcSpan[0]);
+    if (dstType == TKGraySpace) TurnOver(dstMin[0], dstSpan[0]);
     TKVector position(in, int32_t(srcType));
     std::vector<uint16_t> values(outs);
     for (uint64_t node = 0; node < nodes; ++node) {
@@ -111,9 +122,14 @@ TKRefPtr<TKICCProfileLink> TKMakeCurveLinkProfile(uint32_t type, const std::vect
     // the identity, so the profile applies exactly the curves, channel by channel.
     auto table = TKMakeRef<TKICCLutTag>(TKICCSig("mft2"), TKICCSig("A2B0"));
     table->SetupLut16(channels, channels, entries, 2, 2);
+    // A gray curve maps ink to ink; the table maps ICC device values (0 black), so it is read
+    // backwards and turned upside down.
+    const bool gray = device == TKGraySpace;
     for (int32_t c = 0; c < channels; ++c) {
-        for (int32_t i = 0; i < entries; ++i)
-            table->SetInputCurvePoint(c, i, uint16_t(std::lround(std::clamp(curves[size_t(c)][i], 0.0, 1.0) * 65535.0)));
+        for (int32_t i = 0; i < entries; ++i) {
+            const double value = gray ? 1.0 - curves[size_t(c)][entries - 1 - i] : curves[size_t(c)][i];
+            table->SetInputCurvePoint(c, i, uint16_t(std::lround(std::clamp(value, 0.0, 1.0) * 65535.0)));
+        }
         table->SetOutputCurvePoint(c, 1, 0xFFFF);
     }
     std::vector<uint16_t> values(static_cast<size_t>(channels));

@@ -32,6 +32,15 @@ TKRefPtr<Base> NewByWidth(bool lut8, Args... args) {
     return TKRefPtr<Base>(lut8 ? static_cast<Base*>(new Lut8(args...)) : new Lut16(args...), true);
 }
 
+// The engine keeps gray as ink (0 white, 100 black) while an ICC table reads its gray input,
+// and writes its gray output, as a device value with 0 for black: the gray norm is turned
+// over on the way in and on the way out, as the kTRC path does.
+void AppendGrayFlip(TKTrafoList& list) {
+    TKRefPtr<TKVectorLinearization> flip(new TKVectorLinearization(1), true);
+    flip->SetCurve(0, TKCurveLinearization(TKVector({1.0, 0.0})));
+    list.Append(flip.Get(), false);
+}
+
 // Appends a curve stage unless it is the identity.
 void AppendCurves(TKTrafoList& list, TKRefPtr<TKVectorLinearization> curves) {
     if (curves && !curves->IsIdentity()) list.Append(curves.Get(), false);
@@ -68,6 +77,7 @@ bool WantsLabAdaption(TKTrafoList& stages, uint32_t out) {
     TKVector q = TKAdaptICC4LabNorm(true).Trafo(p);
     TKVector r = TKColor2NormTrafo(out).Trafo(IsCIESpace(out) ? ConvertColor(out, white) : GetWhite(out));
     if (out == kLab) r = TKAdaptICC4LabNorm(true).Trafo(r);
+    if (out == TKGraySpace) r[0] = 1.0 - r[0];  // the table's gray is a device value, white at 1
     const double dp = stages.Trafo(p).SqrDistance(r), dq = stages.Trafo(q).SqrDistance(r);
     return dq < dp;
 }
@@ -131,6 +141,7 @@ TKRefPtr<TKTrafoList> TKICCTrafoBuilder::GetLutTrafo(uint32_t tagSignature) {
         AppendNew<TKDefaultColorTrafo>(*list, kXYZ, in);
     }
     AppendNew<TKColor2NormTrafo>(*list, in, range);
+    if (in == TKGraySpace) AppendGrayFlip(*list);
 
     if (lut) {
         const bool lut8 = lut->GetType() == TKICCSig("mft1");
@@ -156,6 +167,7 @@ TKRefPtr<TKTrafoList> TKICCTrafoBuilder::GetLutTrafo(uint32_t tagSignature) {
         if (out == kLab) AppendNew<TKAdaptICC4LabNorm>(*list, false);
     }
 
+    if (out == TKGraySpace) AppendGrayFlip(*list);
     AppendNew<TKNorm2ColorTrafo>(*list, out, range);
     if (v4Black && IsCIESpace(out)) {
         AppendNew<TKICC4ToZeroPerceptualBlackPointTrafo>(*list);

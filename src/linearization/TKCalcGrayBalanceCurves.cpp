@@ -210,6 +210,24 @@ double TKCalcGrayBalanceCurves::SolveK(const TKVector& target) const {
         target[0], fLimits[3]);
 }
 
+TKVector TKCalcGrayBalanceCurves::SolveStep(double v, const TKVector& start, int32_t method) const {
+    TKVector result(fChannels);
+    for (int32_t i = 0; i < fChannels; ++i) result[i] = std::min(v, fLimits[i]);  // equal steps unless solved
+    if (method != kKeepEqual) {
+        const TKVector target = GetTarget(v);
+        const TKVector cmy =
+            method == kSolveCMY ? SolveCMY(target, start) : SolveBalance(target, start, method == kSolveEach);
+        for (int32_t i = 0; i < 3; ++i) result[i] = cmy[i];
+    }
+    if (fSolveBlack) {
+        const int32_t i = std::min(int32_t(v), kTableSteps - 2);
+        const double f = v - double(i);
+        const double lightness = (1 - f) * fTable(i, kColLightnessK) + f * fTable(i + 1, kColLightnessK);
+        result[3] = SolveK(TKVector({lightness, 0.0, 0.0}));
+    }
+    return result;
+}
+
 void TKCalcGrayBalanceCurves::Solve(int32_t flags) {
     if (!fCurve) TKThrowMsg(PtrInvalid, "no gray curve");
     if (flags == 0) flags = 15;
@@ -221,36 +239,83 @@ void TKCalcGrayBalanceCurves::Solve(int32_t flags) {
     for (int32_t step = 0; step < kStepCount; ++step) {
         const double v = fSteps[size_t(step)];
         TKVector result(fChannels);
-        for (int32_t i = 0; i < fChannels; ++i) result[i] = std::min(v, fLimits[i]);  // equal steps unless solved
-        const bool inner = step > 0 && step + 1 < kStepCount;
-        if (inner && method != kKeepEqual) {
+        for (int32_t i = 0; i < fChannels; ++i) result[i] = std::min(v, fLimits[i]);  // the fixed ends
+        if (step > 0 && step + 1 < kStepCount) {
             TKVector start = fResults.GetRow(step - 1);
             if (fChannels >= 4 && step >= 2) {
                 start.Add(fResults.GetRow(step - 2));
                 start.Multiply(0.5);
             }
-            const TKVector target = GetTarget(v);
-            const TKVector cmy = method == kSolveCMY ? SolveCMY(target, start)
-                                                     : SolveBalance(target, start, method == kSolveEach);
-            for (int32_t i = 0; i < 3; ++i) result[i] = cmy[i];
-        }
-        if (inner && fSolveBlack) {
-            const int32_t i = std::min(int32_t(v), kTableSteps - 2);
-            const double f = v - double(i);
-            const double lightness = (1 - f) * fTable(i, kColLightnessK) + f * fTable(i + 1, kColLightnessK);
-            result[3] = SolveK(TKVector({lightness, 0.0, 0.0}));
+            result = SolveStep(v, start, method);
         }
         fResults.SetRow(step, result);
+    }
+    Refine(method);
+}
+
+void TKCalcGrayBalanceCurves::Refine(int32_t method) {
+    fRefinedSteps.clear();
+    fRefinedResults.clear();
+    // Equal chromatic steps are asked for, not a target: nothing to refine.
+    if (method == kKeepEqual) return;
+    std::vector<double> tried;  // steps whose solution did not gain enough
+    while (int32_t(fRefinedSteps.size()) < kMaxRefinedSteps) {
+        std::vector<TKTonePoints> curves(3);
+        for (int32_t c = 0; c < 3; ++c) {
+            PercentPoints(c, curves[size_t(c)].x, curves[size_t(c)].y);
+            curves[size_t(c)].PrepareForFit();
+        }
+        auto interpolated = [&](double v) {
+            TKVector cmy(3);
+            for (int32_t c = 0; c < 3; ++c) cmy[c] = curves[size_t(c)].Eval(v);
+            return cmy;
+        };
+        // The worst miss over 1 % steps at least 1 % away from every point.
+        double worst = kRefineTolerance, at = -1.0;
+        for (int32_t p = 1; p < kTableSteps - 1; ++p) {
+            const double v = double(p);
+            auto near = [&](const std::vector<double>& steps) {
+                return std::any_of(steps.begin(), steps.end(), [&](double s) { return std::fabs(s - v) < 1.0; });
+            };
+            if (near(fSteps) || near(fRefinedSteps) || near(tried)) continue;
+            const double miss = LabDistance(Print(interpolated(v)), GetTarget(v));
+            if (miss > worst) worst = miss, at = v;
+        }
+        if (at < 0.0) return;
+        // Solved from where the curves stand; kept only if it clearly meets the target better.
+        TKVector start(fChannels);
+        const TKVector cmy = interpolated(at);
+        for (int32_t c = 0; c < 3; ++c) start[c] = cmy[c];
+        const TKVector result = SolveStep(at, start, method);
+        const double solvedMiss = LabDistance(Print(TKVector({result[0], result[1], result[2]})), GetTarget(at));
+        if (solvedMiss >= 0.5 * worst) {
+            tried.push_back(at);
+            continue;
+        }
+        const size_t slot = size_t(std::lower_bound(fRefinedSteps.begin(), fRefinedSteps.end(), at) - fRefinedSteps.begin());
+        fRefinedSteps.insert(fRefinedSteps.begin() + std::ptrdiff_t(slot), at);
+        fRefinedResults.insert(fRefinedResults.begin() + std::ptrdiff_t(slot), result);
+    }
+}
+
+void TKCalcGrayBalanceCurves::PercentPoints(int32_t channel, std::vector<double>& x, std::vector<double>& y) const {
+    x.clear();
+    y.clear();
+    size_t refined = 0;
+    for (int32_t step = 0; step < fResults.GetHeight(); ++step) {
+        for (; refined < fRefinedSteps.size() && fRefinedSteps[refined] < fSteps[size_t(step)]; ++refined) {
+            x.push_back(fRefinedSteps[refined]);
+            y.push_back(fRefinedResults[refined][channel]);
+        }
+        x.push_back(fSteps[size_t(step)]);
+        y.push_back(fResults(step, channel));
     }
 }
 
 void TKCalcGrayBalanceCurves::ChannelPoints(int32_t channel, std::vector<double>& x, std::vector<double>& y) const {
-    x.clear();
-    y.clear();
-    for (int32_t step = 0; step < fResults.GetHeight(); ++step) {
-        x.push_back(fSteps[size_t(step)] * 0.01);
-        y.push_back(fResults(step, channel) * 0.01);
-    }
+    PercentPoints(channel, x, y);
+    for (double& v : x) v *= 0.01;
+    for (double& v : y) v *= 0.01;
     if (IsRGB()) {  // in channel units the gray runs from 1 (white) down: mirror both sides
         std::reverse(x.begin(), x.end());
         std::reverse(y.begin(), y.end());

@@ -24,6 +24,11 @@ public:
     };
     static constexpr int32_t kSolveBlack = 4;
     static constexpr int32_t kStepCount = 11;
+    // The miss (delta E 1976) of the ramp between steps that asks for a further solved step, and
+    // the most such steps. Where the target bends fastest, near the solid, the eleven fixed steps
+    // leave gaps of 12.5 % that the curves alone do not bridge.
+    static constexpr double kRefineTolerance = 0.5;
+    static constexpr int32_t kMaxRefinedSteps = 6;
 
     // ArgErr for a null trafo, a source type that is neither RGB nor an ink type of three or
     // more channels, or a destination that is no CIE type. Curve type 0 (G7).
@@ -41,7 +46,9 @@ public:
     // curves. Null does nothing.
     virtual void Calc(TKColorLinearization* linearization, int32_t flags);
     // Solves the eleven steps: GetSteps and GetResults then hold gray step and device values
-    // (percent). PtrInvalid without a curve.
+    // (percent). Then, where the gray ramp printed through curves of these points misses its
+    // target by more than kRefineTolerance between two steps, that gray step is solved too and
+    // kept for the curves alone (GetRefinedSteps). PtrInvalid without a curve.
     virtual void Solve(int32_t flags);
     // The 101-step table of the target: paper, solids and per step the density and colour wanted.
     virtual void CalcTables();
@@ -49,6 +56,9 @@ public:
     // The gray steps 0..100 and, per step, the device value of each channel in percent.
     const std::vector<double>& GetSteps() const { return fSteps; }
     const TKMatrix& GetResults() const { return fResults; }
+    // The further gray steps solved for the curves, rising, and their device values (percent).
+    const std::vector<double>& GetRefinedSteps() const { return fRefinedSteps; }
+    const std::vector<TKVector>& GetRefinedResults() const { return fRefinedResults; }
     // The target of a gray step (interpolated in the table), "Lab ".
     TKVector GetTarget(double step) const;
     // The "Lab " colour the trafo prints for device values in percent.
@@ -58,7 +68,7 @@ public:
     bool IsRGB() const;
     // A monotonic table through points from gray step to device value, both 0..1.
     static void StoreCurve(TKCurveLinearization& curve, const std::vector<double>& x, const std::vector<double>& y);
-    // The points (0..1) of one channel's curve, ends included.
+    // The points (0..1) of one channel's curve, ends and refined steps included.
     void ChannelPoints(int32_t channel, std::vector<double>& x, std::vector<double>& y) const;
 
 protected:
@@ -68,6 +78,12 @@ protected:
 
 private:
     TKVector ToDevice(const TKVector& percent) const;
+    // The device values (percent) of gray step v, solved from `start` by the method.
+    TKVector SolveStep(double v, const TKVector& start, int32_t method) const;
+    // Adds solved steps where the ramp between the points misses the target (see Solve).
+    void Refine(int32_t method);
+    // All points of a channel in percent, gray step rising, before RGB's mirroring.
+    void PercentPoints(int32_t channel, std::vector<double>& x, std::vector<double>& y) const;
     // The common value of the chromatic channels whose print has the target's lightness.
     double SolveCommon(double lightness) const;
 
@@ -80,5 +96,7 @@ private:
     TKMatrix fTable;  // 101 steps: wanted densities (CMY, K), the target's L, a, b and K's L
     std::vector<double> fSteps;
     TKMatrix fResults;
+    std::vector<double> fRefinedSteps;
+    std::vector<TKVector> fRefinedResults;
     bool fSolveBlack = false;
 };

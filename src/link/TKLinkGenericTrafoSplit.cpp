@@ -21,7 +21,9 @@ TKRefPtr<TKTrafoList> Flatten(TKTrafo* trafo) {
 
 // A stage member may be a curve stage: it keeps every channel to itself. The test tolerates
 // 0.001 of each channel's range.
-bool IsCurveStage(const TKTrafo& member, int32_t dim) { return IsChannelSeparable(member, dim, 0.001); }
+bool IsCurveStage(const TKTrafo& member, int32_t dim, int32_t inType) {
+    return IsChannelSeparable(member, dim, 0.001, inType);
+}
 
 // A table of g points inside the front curves must line up with the link's grid: the same
 // size, or a grid whose lines include the table's.
@@ -31,6 +33,13 @@ bool TableFitsGrid(int32_t g, int32_t grid) {
 }
 
 int32_t ListDstType(const TKTrafoList& list, int32_t srcType) { return list.GetDstType(srcType); }
+
+// The colour type that reaches member `index` of the list when `srcType` enters it.
+int32_t TypeBefore(const TKTrafoList& list, int32_t index, int32_t srcType) {
+    for (int32_t i = 0; i < index; ++i)
+        if (const TKTrafo* member = list.GetTrafo(i)) srcType = member->GetDstType(srcType);
+    return srcType;
+}
 
 // A member that hands each colour aside to a later member binds the chain: split into curves
 // and grid, the later member would see the colours the curves were sampled with instead.
@@ -75,7 +84,7 @@ void TKLinkGenericTrafo::SplitTrafo(TKTrafo* trafo, TKTrafoList& front, TKTrafoL
     int32_t dim = srcDim > 0 ? srcDim : GetTypeChannels(srcType);
     while (!bound && work->GetCount() > 0) {
         TKTrafo* member = work->GetTrafo(0);
-        if (!member || !IsCurveStage(*member, dim)) break;
+        if (!member || !IsCurveStage(*member, dim, ListDstType(front, srcType))) break;
         if (!TableFitsGrid(member->GetInfo(kInfoGridPoints), grid)) break;
         front.Append(member, false);
         work->RemoveFirst();
@@ -85,7 +94,8 @@ void TKLinkGenericTrafo::SplitTrafo(TKTrafo* trafo, TKTrafoList& front, TKTrafoL
     while (!bound && work->GetCount() > 0) {
         TKTrafo* member = work->GetTrafo(work->GetCount() - 1);
         const int32_t memberDim = member && member->GetSrcDim() > 0 ? member->GetSrcDim() : outDim;
-        if (!member || !IsCurveStage(*member, memberDim)) break;
+        const int32_t memberIn = TypeBefore(*work, work->GetCount() - 1, ListDstType(front, srcType));
+        if (!member || !IsCurveStage(*member, memberDim, memberIn)) break;
         back.Prepend(member, false);
         work->RemoveLast();
     }
@@ -98,14 +108,15 @@ void TKLinkGenericTrafo::SplitTrafo(TKTrafo* trafo, TKTrafoList& front, TKTrafoL
     } else {
         middle.AppendList(*work, true);
     }
-    // 4. Neighbouring stages must agree on the colour type.
+    // 4. Neighbouring stages must agree on the colour type. The conversions go into the grid: a
+    // change of type such as Lab to XYZ mixes the channels, which curves cannot follow.
     const int32_t middleIn = middle.GetSrcType();
     if (front.GetCount() && frontOut && middleIn && frontOut != middleIn)
-        front.Append(NewStageConversion(frontOut, middleIn).Get(), false);
-    const int32_t middleOut = ListDstType(middle, middleIn ? middleIn : frontOut);
+        middle.Prepend(NewStageConversion(frontOut, middleIn).Get(), false);
+    const int32_t middleOut = ListDstType(middle, middle.GetSrcType() ? middle.GetSrcType() : frontOut);
     const int32_t backIn = back.GetSrcType();
     if (back.GetCount() && middleOut && backIn && middleOut != backIn)
-        back.Prepend(NewStageConversion(middleOut, backIn).Get(), false);
+        middle.Append(NewStageConversion(middleOut, backIn).Get(), false);
     const int32_t lastOut = back.GetCount() ? ListDstType(back, backIn ? backIn : middleOut) : middleOut;
     if (lastOut && dstType && lastOut != dstType) back.Append(NewStageConversion(lastOut, dstType).Get(), false);
 

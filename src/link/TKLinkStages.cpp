@@ -65,11 +65,12 @@ TKRefPtr<TKTrafo> NewStageConversion(int32_t srcType, int32_t dstType) {
     return TKRefPtr<TKTrafo>(new TKDefaultColorTrafo(uint32_t(srcType), uint32_t(dstType)), true);
 }
 
-bool IsChannelSeparable(const TKTrafo& trafo, int32_t dim, double toleranceShare) {
+bool IsChannelSeparable(const TKTrafo& trafo, int32_t dim, double toleranceShare, int32_t inType) {
     const int32_t n = trafo.GetSrcDim() > 0 ? trafo.GetSrcDim() : dim;
     if (n < 1 || trafo.GetDstDim(n) != n) return false;
     TKVector min, max;
-    GetTypeRange(trafo.GetSrcType(), n, min, max);
+    // Untyped probes would pass a conversion from "any type" as the identity.
+    GetTypeRange(trafo.GetSrcType() ? trafo.GetSrcType() : inType, n, min, max);
     try {
         // Three base points on the diagonal; each channel in turn goes to both ends of its
         // range, and every other output must stay where it was.

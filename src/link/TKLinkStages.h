@@ -42,7 +42,8 @@ int32_t GetTypeChannels(int32_t type);
 TKRefPtr<TKTrafo> NewStageConversion(int32_t srcType, int32_t dstType);
 
 // True if every output channel of the trafo depends on its own input channel only, within
-// tolerance[c] on output c, probed over the range of the trafo's source type. `dim` is the
-// channel count the trafo sees when its own GetSrcDim is 0. A trafo that changes the channel
-// count, or fails on a probe, is not separable.
-bool IsChannelSeparable(const TKTrafo& trafo, int32_t dim, double toleranceShare);
+// tolerance[c] on output c, probed over the range of the trafo's source type. `dim` and
+// `inType` are the channel count and colour type the trafo sees when its own GetSrcDim or
+// GetSrcType is 0: a conversion that takes any type is probed with the colours that reach it.
+// A trafo that changes the channel count, or fails on a probe, is not separable.
+bool IsChannelSeparable(const TKTrafo& trafo, int32_t dim, double toleranceShare, int32_t inType = 0);

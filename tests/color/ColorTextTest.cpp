@@ -43,6 +43,32 @@ TEST(ColorVectors, Whites) {
     EXPECT_EQ(refl.Min(), 1.0);
 }
 
+TEST(ColorVectors, Blacks) {
+    ExpectValues(GetBlack(TKLabSpace), {0, 0, 0}, TKLabSpace);
+    ExpectValues(GetBlack(TKCMYSpace), {100, 100, 100}, TKCMYSpace);
+    ExpectValues(GetBlack(TKGraySpace), {100}, TKGraySpace);
+    ExpectValues(GetBlack(TKLabXSpace), {0, 0, 0, 100}, TKLabXSpace);
+    ExpectValues(GetBlack(TKYuvSpace), {0, 0.33, 0.33}, TKYuvSpace);
+    ExpectValues(GetBlack(TKCMYKSpace), {100, 100, 100, 100}, TKCMYKSpace);
+    ExpectValues(GetBlack(TKCMYKSpace, 3), {100, 100, 100, 0}, TKCMYKSpace);
+    ExpectValues(GetBlack(TKCMYKSpace, 2), {0, 0, 0, 100}, TKCMYKSpace);
+    ExpectValues(GetBlack(TKColorSig("6CLR"), 1), {100, 100, 100, 100, 0, 0}, TKColorSig("6CLR"));
+    ExpectValues(GetBlack(TKColorSig("3CLR"), 2), {100, 100, 100}, TKColorSig("3CLR"));
+    ExpectValues(GetBlack(TKCMYKDensSpace), {10, 10, 10, 10}, TKCMYKDensSpace);
+}
+
+TEST(ColorVectors, Primaries) {
+    ExpectValues(GetPrimary(TKRGBSpace, 1), {0, 255, 0}, TKRGBSpace);
+    ExpectValues(GetPrimary(TKGraySpace, 0), {100}, TKGraySpace);
+    ExpectValues(GetPrimary(TKLabSpace, 0), {127.5, 127.5, 127.5}, TKRGBSpace);
+    ExpectValues(GetPrimary(TKLabSpace, 1), {224, 0, 224}, TKRGBSpace);
+    ExpectValues(GetPrimary(TKXYZSpace, 2), {224, 224, 0}, TKRGBSpace);
+    ExpectValues(GetPrimary(TKCMYKSpace, 2), {0, 0, 100, 0}, TKCMYKSpace);
+    ExpectValues(GetPrimary(TKKelvinSpace, 0), {30000}, TKKelvinSpace);
+    EXPECT_TRUE(GetPrimary(TKCMYKSpace, 4).IsEmpty());
+    EXPECT_TRUE(GetPrimary(TKRGBSpace, -1).IsEmpty());
+}
+
 TEST(ColorText, TypeFromName) {
     EXPECT_EQ(GetTypeFromName("Lab"), TKLabSpace);
     EXPECT_EQ(GetTypeFromName("LCh-uv"), TKLChuSpace);

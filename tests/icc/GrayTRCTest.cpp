@@ -3,6 +3,7 @@
 #include <cmath>
 #include <string>
 
+#include "color/TKCIEConverter.h"
 #include "color/TKColor2NormTrafo.h"
 #include "color/TKColors.h"
 #include "icc/TKICCLutTags.h"
@@ -24,7 +25,7 @@ constexpr double kGamma = 2.2;
 
 // The profile with its "kTRC" replaced by an "A2B0" table of `grid` nodes of the curve
 // device^2.2 (Y, or L* / 100 for a Lab connection space), in the table's 16-bit encoding; the
-// table's input is the gray ink as the engine's tables read it (node 0 no ink).
+// table's input is the ICC gray device value (node 0 black), the inverse of the engine's ink.
 TKRefPtr<TKICCProfile> TableOnlyCopy(const std::string& name, int32_t grid) {
     auto profile = LoadProfile(name);
     const uint32_t pcs = TKICCProfileBasic::TranslateOldSpace(profile->GetHeader().pcs);
@@ -34,7 +35,7 @@ TKRefPtr<TKICCProfile> TableOnlyCopy(const std::string& name, int32_t grid) {
     for (int32_t c = 0; c < 3; ++c) table->SetOutputCurvePoint(c, 1, 65535);
     const TKColor2NormTrafo norm(pcs);
     for (int32_t node = 0; node < grid; ++node) {
-        const double y = std::pow(1.0 - double(node) / (grid - 1), kGamma);
+        const double y = std::pow(double(node) / (grid - 1), kGamma);
         const TKVector color = pcs == TKLabSpace ? TKVector({100.0 * y, 0.0, 0.0}, TKLabSpace)
                                                  : TKVector({96.42 * y, 100.0 * y, 82.49 * y}, TKXYZSpace);
         const TKVector encoded = norm.Trafo(color);
@@ -73,15 +74,35 @@ TEST_F(GrayTRC, TableOnlyProfileGetsTheCurveItsTableWasMadeFrom) {
     }
 }
 
+// A table describes the gray as ICC does, with the device value 0 for black: no ink is the
+// white and full ink the black, both ways (a table read the other way round gives a negative).
+// Tolerance as above, in L* or Y units.
+TEST_F(GrayTRC, TableReadsNoInkAsWhite) {
+    for (const char* name : {"icc/Gray-v2.icc", "icc/GrayLab-v2.icc"}) {
+        SCOPED_TRACE(name);
+        auto profile = TableOnlyCopy(name, 33);
+        const bool lab = TKICCProfileBasic::TranslateOldSpace(profile->GetHeader().pcs) == TKLabSpace;
+        TKICCTrafoBuilder builder(profile.Get());
+        TKRefPtr<TKTrafo> a2b = builder.GetLutTrafo(TKICCSig("A2B0"));
+        for (double ink : {0.0, 10.0, 40.0, 70.0, 100.0}) {
+            const TKVector pcs = a2b->Trafo(TKVector({ink}, TKGraySpace));
+            EXPECT_NEAR(lab ? pcs[0] : pcs[1], 100.0 * std::pow(1.0 - ink / 100.0, kGamma), 0.05) << ink;
+        }
+        TKRefPtr<TKTrafo> back = builder.GetB2ATrafo(1);
+        const TKVector light = ConvertColor(uint32_t(back->GetSrcType()), TKVector({90.0, 0.0, 0.0}, TKLabSpace));
+        EXPECT_LT(back->Trafo(light)[0], 20.0);
+    }
+}
+
 // A table that turns back (noise in a measured gray) is held level so the curve can be inverted.
 TEST_F(GrayTRC, TableThatTurnsBackGivesAMonotonicCurve) {
     auto profile = TableOnlyCopy("icc/Gray-v2.icc", 5);
     auto* table = static_cast<TKICCLutTag*>(profile->GetTag(TKICCSig("A2B0")));
     uint16_t values[3];
     table->GetGridPoint(1, values);
-    table->SetGridPoint(2, values);  // node 2 (50 % ink) as light as 25 % ...
+    table->SetGridPoint(2, values);  // node 2 (50 % ink) as dark as 75 % ...
     table->GetGridPoint(3, values);
-    table->SetGridPoint(1, values);  // ... and 25 % as dark as 75 %
+    table->SetGridPoint(1, values);  // ... and 75 % as light as 25 %
     const TKCurveLinearization curve = TKICCTrafoBuilder(profile.Get()).CreateGrayTRC();
     for (int32_t i = 1; i <= 100; ++i) EXPECT_GE(curve.Apply(i / 100.0), curve.Apply((i - 1) / 100.0));
 }

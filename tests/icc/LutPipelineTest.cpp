@@ -281,18 +281,20 @@ TEST_F(LutPipelineTest, MBAWithoutMatrixRunsBCurvesClutACurves) {
         profile->AddTag(tag.Get(), false);
         auto list = TKICCTrafoBuilder(profile.Get()).GetLutTrafo(TKICCSig("B2A1"));
         std::vector<std::string> stages = Stages(*list);
-        // The white of GRAY is 0: a table falling to 0 at the v4 white position wants the
-        // adaption, one rising away from 0 does not.
+        // The table's gray is a device value with the white at 1: a table rising to 1 at the v4
+        // white position wants the adaption, one falling away from it does not; the engine's
+        // gray ink is the device value turned over.
         std::vector<std::string> expected = {"TKDefaultColorTrafo", "TKColor2NormTrafo"};
-        if (!rising) expected.push_back("TKAdaptICC4LabNorm");
-        for (const char* s : {"TKICCLinTrafo", "TKICC4LutLutTrafo", "TKICCLinTrafo", "TKNorm2ColorTrafo"}) expected.push_back(s);
+        if (rising) expected.push_back("TKAdaptICC4LabNorm");
+        for (const char* s : {"TKICCLinTrafo", "TKICC4LutLutTrafo", "TKICCLinTrafo", "TKVectorLinearization",
+                              "TKNorm2ColorTrafo"})
+            expected.push_back(s);
         EXPECT_EQ(stages, expected) << "rising " << rising;
         // L 50 -> B curve 0.5^2 = 0.25 (with the adaption 0.25 of the rescaled norm), CLUT linear, A curve sqrt.
-        const double l = 50.0 * (rising ? 1.0 : 1.0);
-        TKVector gray = list->Trafo(TKVector({l, 0.0, 0.0}, kLab));
-        const double norm = 0.5 * 65280.0 / 65535.0 * (rising ? 1.0 : TKAdaptICC4LabNorm::kForwardFactor);
+        TKVector gray = list->Trafo(TKVector({50.0, 0.0, 0.0}, kLab));
+        const double norm = 0.5 * 65280.0 / 65535.0 * (rising ? TKAdaptICC4LabNorm::kForwardFactor : 1.0);
         const double clut = rising ? norm * norm : 1.0 - norm * norm;
-        EXPECT_NEAR(gray[0], 100.0 * std::sqrt(clut), 0.05) << "rising " << rising;
+        EXPECT_NEAR(gray[0], 100.0 * (1.0 - std::sqrt(clut)), 0.05) << "rising " << rising;
     }
 }
 

@@ -81,26 +81,35 @@ GrayError CheckGrayRamp(const TKTrafo& press, const TKTrafo& curves, const TKCal
 }
 
 // Solved on the press itself, every gray target is met at the solved steps; between them the
-// curves interpolate. The G7 and older TR 015 targets fade to neutral at the solid, which the
-// fixed CMY solid cannot be, so they are checked up to 90 %; TR 015 ends at the solid's own
-// colour and is checked over the whole ramp, where the widest gap (87.5 % to 100 %) costs most.
+// curves interpolate, and where that misses the target a further step is solved. The G7 and
+// older TR 015 targets fade to neutral at the solid, which the fixed CMY solid cannot be, so
+// they are checked up to 90 %; TR 015 ends at the solid's own colour and is checked over the
+// whole ramp. Without the further steps the gap from 87.5 % to the solid missed TR 015 by 1.16
+// in b* at 97 % (L* 0.76); with them 0.35 at 84 % (L* 0.26). G7 went from 0.64 to 0.13.
 TEST_F(SimulatedPressTest, GrayBalanceOnTheProcessItself) {
-    struct Case {
-        int32_t curveType;
-        int32_t lastStep;
-        double chromaTolerance;
-    };
-    for (const Case& c : {Case{0, 90, 1.0}, Case{1, 90, 1.0}, Case{2, 100, 1.25}}) {
+    for (int32_t curveType : {0, 1, 2}) {
+        const int32_t lastStep = curveType == 2 ? 100 : 90;
         TKCalcGrayBalanceCurves solver(fPress.Get());
-        solver.SetCurveType(c.curveType);
+        solver.SetCurveType(curveType);
         TKRefPtr<TKColorLinearization> curves(new TKColorLinearization(TKCMYKSpace), true);
         solver.Calc(curves.Get(), 0);
-        const GrayError error = CheckGrayRamp(*fPress, *curves, solver, c.lastStep);
-        std::printf("gray target %d on the press, 0..%d %%: worst a*/b* %.3f at %.0f %%, worst L* %.3f\n", c.curveType,
-                    c.lastStep, error.chroma, error.atStep, error.lightness);
-        EXPECT_LT(error.chroma, c.chromaTolerance) << c.curveType;
-        EXPECT_LT(error.lightness, 1.0) << c.curveType;
+        const GrayError error = CheckGrayRamp(*fPress, *curves, solver, lastStep);
+        std::printf("gray target %d on the press, 0..%d %%: worst a*/b* %.3f at %.0f %%, worst L* %.3f; %zu further steps\n",
+                    curveType, lastStep, error.chroma, error.atStep, error.lightness, solver.GetRefinedSteps().size());
+        EXPECT_LT(error.chroma, 0.5) << curveType;
+        EXPECT_LT(error.lightness, 0.5) << curveType;
+        // The eleven fixed steps stay as they are; the further ones lie between them.
+        EXPECT_EQ(solver.GetSteps().size(), size_t(TKCalcGrayBalanceCurves::kStepCount));
+        EXPECT_LE(solver.GetRefinedSteps().size(), size_t(TKCalcGrayBalanceCurves::kMaxRefinedSteps));
+        for (double step : solver.GetRefinedSteps()) {
+            EXPECT_GT(step, 0.0);
+            EXPECT_LT(step, 100.0);
+        }
     }
+    // Equal chromatic steps ask for no target, so nothing is refined.
+    TKCalcGrayBalanceCurves solver(fPress.Get());
+    solver.Solve(TKCalcGrayBalanceCurves::kKeepEqual | TKCalcGrayBalanceCurves::kSolveBlack);
+    EXPECT_TRUE(solver.GetRefinedSteps().empty());
 }
 
 // From measured wedges the chart's press model is exact on the gray wedge and approximate

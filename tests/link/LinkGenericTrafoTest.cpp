@@ -4,6 +4,7 @@
 #include <thread>
 #include <vector>
 
+#include "color/TKColorTrafo.h"
 #include "color/TKColors.h"
 #include "io/TKGlobalData.h"
 #include "link/ReferenceLinkTrafo.h"
@@ -65,6 +66,30 @@ public:
     explicit TableCurve(int32_t points) : RGBGamma(1.0) { SetInfo(kInfoGridPoints, points); }
 };
 
+// Curves on XYZ and on Lab, and a map from one to the other that mixes channels.
+class XYZScale : public TKTrafo {
+public:
+    int32_t GetSrcDim() const override { return 3; }
+    int32_t GetSrcType() const override { return int32_t(TKXYZSpace); }
+    int32_t GetDstType(int32_t) const override { return int32_t(TKXYZSpace); }
+    TKVector Trafo(const TKVector& v) const override { return v * 0.99; }
+};
+class LabScale : public TKTrafo {
+public:
+    int32_t GetSrcDim() const override { return 3; }
+    int32_t GetSrcType() const override { return int32_t(TKLabSpace); }
+    int32_t GetDstType(int32_t) const override { return int32_t(TKLabSpace); }
+    TKVector Trafo(const TKVector& v) const override { return TKVector({v[0] * 0.98, v[1], v[2]}, int32_t(TKLabSpace)); }
+};
+class XYZToLabMix : public TKTrafo {
+public:
+    int32_t GetSrcDim() const override { return 3; }
+    int32_t GetSrcType() const override { return int32_t(TKXYZSpace); }
+    int32_t GetDstType(int32_t) const override { return int32_t(TKLabSpace); }
+    TKVector Trafo(const TKVector& v) const override {
+        return TKVector({v[1], v[0] - v[1], v[1] - v[2]}, int32_t(TKLabSpace));
+    }
+};
 TKRefPtr<TKTrafoList> Chain(std::initializer_list<TKTrafo*> members) {
     TKRefPtr<TKTrafoList> list = TKMakeRef<TKTrafoList>();
     for (TKTrafo* member : members) list->Append(member, true);
@@ -96,6 +121,32 @@ TEST(LinkSplit, AFullySeparableTrafoGetsAConversionAsItsMiddle) {
     EXPECT_EQ(middle.GetSrcType(), kRGB);
 }
 
+// A change of connection space mixes channels: neither the conversion of any type to Lab behind
+// XYZ curves, nor the one from Lab curves into a stage that takes XYZ, may become curves.
+TEST(LinkSplit, ConversionsBetweenConnectionSpacesStayInTheGrid) {
+    auto* toLab = new TKDefaultColorTrafo(0, TKLabSpace);
+    TKRefPtr<TKTrafoList> chain = Chain({new XYZScale, new XYZToLabMix, new LabScale, toLab});
+    TKTrafoList front, middle, back;
+    TKLinkGenericTrafo::SplitTrafo(chain.Get(), front, middle, back, 0);
+    EXPECT_EQ(back.GetCount(), 2);  // Lab curves, then the conversion from Lab to Lab
+    toLab->AddRef();  // a member of the next chain too
+    chain = Chain({new XYZScale, new XYZScale, toLab});
+    TKLinkGenericTrafo::SplitTrafo(chain.Get(), front, middle, back, 0);
+    EXPECT_EQ(back.GetCount(), 0);
+    ASSERT_GE(middle.GetCount(), 1);
+    EXPECT_EQ(middle.GetTrafo(middle.GetCount() - 1), toLab);
+
+    class XYZMix : public XYZScale {
+        TKVector Trafo(const TKVector& v) const override { return TKVector({v[1], v[0], v[2]}, int32_t(TKXYZSpace)); }
+    };
+    chain = Chain({new LabScale, new XYZMix});
+    TKLinkGenericTrafo::SplitTrafo(chain.Get(), front, middle, back, 0);
+    ASSERT_EQ(front.GetCount(), 1);
+    EXPECT_EQ(front.GetDstType(int32_t(TKLabSpace)), int32_t(TKLabSpace));
+    ASSERT_EQ(middle.GetCount(), 2);
+    EXPECT_EQ(middle.GetSrcType(), int32_t(TKLabSpace));
+}
+
 TEST(LinkSplit, TablesThatMissTheGridLinesStayInTheMiddle) {
     TKRefPtr<TKTrafoList> chain = Chain({new TableCurve(5), new RGBMix});
     TKTrafoList front, middle, back;
@@ -110,29 +161,6 @@ TEST(LinkSplit, TablesThatMissTheGridLinesStayInTheMiddle) {
 
 TEST(LinkSplit, XYZSourcesAreEncodedForTheGrid) {
     // XYZ curves in front and behind an XYZ to Lab middle: the grid gets encoded XYZ.
-    class XYZScale : public TKTrafo {
-    public:
-        int32_t GetSrcDim() const override { return 3; }
-        int32_t GetSrcType() const override { return int32_t(TKXYZSpace); }
-        int32_t GetDstType(int32_t) const override { return int32_t(TKXYZSpace); }
-        TKVector Trafo(const TKVector& v) const override { return v * 0.99; }
-    };
-    class LabScale : public TKTrafo {
-    public:
-        int32_t GetSrcDim() const override { return 3; }
-        int32_t GetSrcType() const override { return int32_t(TKLabSpace); }
-        int32_t GetDstType(int32_t) const override { return int32_t(TKLabSpace); }
-        TKVector Trafo(const TKVector& v) const override { return TKVector({v[0] * 0.98, v[1], v[2]}, int32_t(TKLabSpace)); }
-    };
-    class XYZToLabMix : public TKTrafo {
-    public:
-        int32_t GetSrcDim() const override { return 3; }
-        int32_t GetSrcType() const override { return int32_t(TKXYZSpace); }
-        int32_t GetDstType(int32_t) const override { return int32_t(TKLabSpace); }
-        TKVector Trafo(const TKVector& v) const override {
-            return TKVector({v[1], v[0] - v[1], v[1] - v[2]}, int32_t(TKLabSpace));
-        }
-    };
     TKRefPtr<TKTrafoList> chain = Chain({new XYZScale, new XYZToLabMix, new LabScale});
     TKTrafoList front, middle, back;
     TKLinkGenericTrafo::SplitTrafo(chain.Get(), front, middle, back, 0);

@@ -1,6 +1,5 @@
 // Builds the trafo of a chain of profiles or loads a saved link through the public interface.
 #include "Chain.h"
-#include "ConnectionSpace.h"
 
 #include <sys/stat.h>
 
@@ -79,60 +78,10 @@ int32_t MemberIntent(const ChainOptions& chain, const ChainOptions::Member& memb
 }
 
 #if TINTARA_HOST_PROFILES
-struct ProfileDeleter {
-    void operator()(TKICCProfile* profile) const { TKFreeICCProfileRef(profile); }
-};
-
 // The intent bit that asks for a table into device values refined by inverse search.
 constexpr int32_t kRefineIntentBit = 0x40;
-
-int32_t LabToXYZStep(const double* src, double* dst, void*) {
-    LabToXYZ(src, dst);
-    return 0;
-}
-
-int32_t XYZToLabStep(const double* src, double* dst, void*) {
-    XYZToLab(src, dst);
-    return 0;
-}
-
-// A pair of a trafo and a conversion between the connection spaces behind or before it.
-Ref Joined(const Ref& first, const Ref& second, const std::string& what) {
-    Ref both(TKConcatenateTrafos(TK_TRAFO_OF_REF(first.get()), TK_TRAFO_OF_REF(second.get()), nullptr, nullptr,
-                                 nullptr, nullptr));
-    if (!first.get() || !second.get() || !both.get()) throw Failure("cannot " + what);
-    return both;
-}
-
-Ref ConnectionStep(uint32_t from) {
-    const uint32_t to = from == kLab ? kXYZ : kLab;
-    return Ref(TKNewCustomTrafoRef(3, 3, from, to, from == kLab ? LabToXYZStep : XYZToLabStep, nullptr));
-}
-
-// The chain's end brought to `pcsType` (0: as it is). The library converts single colours into
-// the other connection space behind a chain, but a link baked through that conversion gives
-// wrong colours (an XYZ profile's chain into Lab), so the host's own step goes behind instead.
-Ref EndingIn(Ref trafo, uint32_t pcsType) {
-    const uint32_t own = TKGetTrafoDstType(trafo.get());
-    if (pcsType == 0 || own == pcsType) return trafo;
-    if (own != kLab && own != kXYZ) throw Failure("the chain ends in " + SignatureText(own) + ", not in a connection space");
-    return Joined(trafo, ConnectionStep(own), "end the trafo in " + SignatureText(pcsType));
-}
-
-// The connection space to device trafo of one profile, taking colours of `pcsType`: where the
-// profile's connection space is the other one, a conversion goes in front.
-Ref FromConnectionSpace(const ChainOptions::Member& member, bool refine, uint32_t pcsType) {
-    std::unique_ptr<TKICCProfile, ProfileDeleter> profile(TKNewICCProfileRef());
-    if (!profile) throw Failure("cannot create a profile object");
-    FileSpec spec(member.path);
-    Check(TKReadProfile(profile.get(), spec.get()), "reading profile " + member.path);
-    Ref trafo;
-    Check(TKGetICCProfileTrafo(trafo.out(), profile.get(), 0, member.intent | (refine ? kRefineIntentBit : 0)),
-          "building the connection space to device trafo of " + member.path);
-    const uint32_t own = TKGetTrafoSrcType(trafo.get());
-    if (own == pcsType || (own != kLab && own != kXYZ)) return trafo;
-    return Joined(ConnectionStep(pcsType), trafo, "start the trafo of " + member.path + " in " + SignatureText(pcsType));
-}
+// The library's code for colour types that do not chain.
+constexpr int32_t kWrongDataType = 10;
 #endif
 
 }  // namespace
@@ -284,12 +233,7 @@ Ref BuildTrafo(const ChainOptions& chain) {
     if ((chain.pcsIn || chain.pcsOut) && chain.profiles.size() != 1)
         throw UsageError("--from and --to take a chain of one profile");
 #if TINTARA_HOST_PROFILES
-    if (chain.pcsIn) {
-        if (chain.pcsOut) throw UsageError("--from and --to together make no trafo");
-        ChainOptions::Member member = chain.profiles.front();
-        member.intent = MemberIntent(chain, member);
-        return FromConnectionSpace(member, chain.refine, chain.pcsIn);
-    }
+    if (chain.pcsIn && chain.pcsOut) throw UsageError("--from and --to together make no trafo");
     std::vector<std::unique_ptr<FileSpec>> specs;
     std::vector<TKFileSpec*> pointers;
     std::vector<int32_t> intents;
@@ -300,10 +244,16 @@ Ref BuildTrafo(const ChainOptions& chain) {
         intents.push_back(MemberIntent(chain, member) | (chain.refine ? kRefineIntentBit : 0));
         names += (names.empty() ? "" : " -> ") + member.path;
     }
+    // A chain from a connection space is the profile's way back to device values; the library
+    // converts between Lab and XYZ where the profile's own space is the other one.
     Ref trafo;
-    Check(TKConcatICCProfilesEx(trafo.out(), 0, 0, int32_t(pointers.size()), pointers.data(), intents.data()),
-          "building the trafo of " + names);
-    return EndingIn(std::move(trafo), chain.pcsOut);
+    const int32_t code = TKConcatICCProfilesEx(trafo.out(), chain.pcsIn, chain.pcsOut, int32_t(pointers.size()),
+                                               pointers.data(), intents.data());
+    if (code == kWrongDataType && (chain.pcsIn || chain.pcsOut))
+        throw Failure(names + (chain.pcsIn ? " does not take colours from a connection space (--from)"
+                                           : " does not deliver a connection space (--to)"));
+    Check(code, "building the trafo of " + names);
+    return trafo;
 #else
     throw Failure("this build of the library has no profile functions");
 #endif

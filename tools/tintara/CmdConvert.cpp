@@ -3,12 +3,15 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
+#include <memory>
 #include <iostream>
 #include <sstream>
 
 #include "Chain.h"
 #include "Commands.h"
 #include "ConnectionSpace.h"
+#include "Reseparation.h"
 
 namespace host {
 
@@ -16,9 +19,16 @@ namespace {
 
 const char* const kUsage =
     "usage: tintara convert [CHAIN] [--precision N] [VALUE ...]\n"
+    "       tintara convert --separation BLACK [-p CMYK.icc [--from lab|xyz] [-p CMYK2.icc]] [VALUE ...]\n"
     "Converts colours. Give the values of one or more colours as arguments, or none (or '-') to\n"
     "read standard input, one colour a line. Units: RGB 0-255, inks 0-100, Lab as is, XYZ with\n"
-    "Y = 100 for the white.\n\noptions:\n";
+    "Y = 100 for the white.\n"
+    "With --separation, black is generated as BLACK says: without a profile CMY becomes CMYK on\n"
+    "the engine's ink model; with a CMYK profile and --from lab (or xyz) each colour becomes the\n"
+    "ink of that profile which prints it, found by search; with CMYK profiles alone each CMYK\n"
+    "colour of the first becomes the ink of the last (or the same) that prints the same colour:\n"
+    "a re-separation. Colour is kept colorimetrically (-i relative, the default, or -i absolute).\n"
+    "\noptions:\n";
 
 bool ParseNumber(const std::string& text, double& value) {
     char* end = nullptr;
@@ -26,48 +36,83 @@ bool ParseNumber(const std::string& text, double& value) {
     return !text.empty() && *end == '\0' && std::isfinite(value);
 }
 
-struct Converter {
-    TKTrafoRef trafo;
-    int32_t srcDim, dstDim;
-    uint32_t userIn;   // the connection space the user's values are in, or 0
-    int precision;
+// The colour of the user's connection space in the one the trafo takes (0: as it is).
+std::vector<double> InSpace(const std::vector<double>& colour, uint32_t userIn, uint32_t trafoIn) {
+    std::vector<double> src(colour);
+    if (userIn && trafoIn && userIn != trafoIn) {
+        if (userIn == kLab) LabToXYZ(colour.data(), src.data());
+        else XYZToLab(colour.data(), src.data());
+    }
+    return src;
+}
 
-    void Convert(const std::vector<double>& colour, const std::string& where) {
-        std::vector<double> src(colour), dst(size_t(std::max(dstDim, srcDim)) + 8);
-        if (userIn && userIn != TKGetTrafoSrcType(trafo)) {
-            // The user gave the other connection space than the profile's; convert it here.
-            if (userIn == kLab) LabToXYZ(colour.data(), src.data());
-            else XYZToLab(colour.data(), src.data());
-        }
-        Check(TKDoTrafo(trafo, src.data(), dst.data()), "converting " + where);
-        for (int32_t i = 0; i < dstDim; ++i) std::printf("%s%.*f", i ? " " : "", precision, dst[size_t(i)]);
+// One colour and where it came from, converted and printed.
+using ConvertOne = std::function<std::vector<double>(const std::vector<double>&, const std::string&)>;
+
+struct Converter {
+    int32_t srcDim;
+    int precision;
+    ConvertOne convert;
+
+    void Convert(const std::vector<double>& colour, const std::string& where) const {
+        const std::vector<double> result = convert(colour, where);
+        for (size_t i = 0; i < result.size(); ++i) std::printf("%s%.*f", i ? " " : "", precision, result[i]);
         std::printf("\n");
     }
 };
+
+Converter ThroughLibrary(const ChainOptions& chain, int precision, Ref& trafo) {
+    trafo = BuildTrafo(chain);
+    const TKTrafoRef ref = trafo.get();
+    const int32_t srcDim = TKGetTrafoSrcDim(ref), dstDim = TKGetTrafoDstDim(ref);
+    if (srcDim < 1 || dstDim < 1) throw Failure("the trafo has no fixed number of channels");
+    const uint32_t userIn = chain.pcsIn, trafoIn = uint32_t(TKGetTrafoSrcType(ref));
+    return {srcDim, precision, [=](const std::vector<double>& colour, const std::string& where) {
+                const std::vector<double> src = InSpace(colour, userIn, trafoIn);
+                std::vector<double> dst(size_t(std::max(dstDim, srcDim)) + 8);
+                Check(TKDoTrafo(ref, src.data(), dst.data()), "converting " + where);
+                dst.resize(size_t(dstDim));
+                return dst;
+            }};
+}
+
+Converter ThroughSeparation(const ChainOptions& chain, const BlackGeneration& black, int precision,
+                            std::shared_ptr<InkSearch>& search) {
+    search = InkSearchFor(chain, black);
+    InkSearch* const s = search.get();
+    const uint32_t userIn = chain.pcsIn;
+    return {s->SrcDim(), precision, [=](const std::vector<double>& colour, const std::string&) {
+                return s->Convert(InSpace(colour, userIn, userIn ? kLab : 0));
+            }};
+}
 
 }  // namespace
 
 int RunConvert(Args& args) {
     ChainOptions chain;
     int precision = 3;
+    std::string separation;
     std::vector<std::string> words;
     while (!args.Done()) {
         if (WantsHelp(args, kUsage)) {
-            std::printf("%s  -n, --precision N    decimals of the results (default 3)\n", ChainUsage());
+            std::printf("%s  -n, --precision N    decimals of the results (default 3)\n"
+                        "      --separation BLACK  generate black as BLACK says (see above):\n%s",
+                        ChainUsage(), BlackGenerationUsage());
             return 0;
         }
         if (chain.Take(args)) continue;
         const std::string word = args.Take();
         double number;
         if (word == "-n" || word == "--precision") precision = args.IntValue(word, 0, 12);
+        else if (word == "--separation") separation = args.Value(word);
         else if (IsOption(word) && !ParseNumber(word, number)) throw UsageError("unknown option " + word);
         else words.push_back(word);
     }
-    Ref trafo = BuildTrafo(chain);
-    Converter converter{trafo.get(), TKGetTrafoSrcDim(trafo.get()), TKGetTrafoDstDim(trafo.get()), chain.pcsIn,
-                        precision};
-    if (converter.srcDim < 1 || converter.dstDim < 1)
-        throw Failure("the trafo has no fixed number of channels");
+    Ref trafo;
+    std::shared_ptr<InkSearch> search;
+    const Converter converter =
+        separation.empty() ? ThroughLibrary(chain, precision, trafo)
+                           : ThroughSeparation(chain, BlackGeneration::Parse(separation, "--separation"), precision, search);
 
     std::vector<double> colour;
     auto take = [&](const std::string& text, const std::string& where) {

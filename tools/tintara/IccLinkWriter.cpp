@@ -74,16 +74,19 @@ void WriteSequence(Writer& w, const std::vector<SequenceMember>& sequence) {
 }
 
 // A curve of `size` entries, or a straight line of two entries for a link without curves.
-void WriteCurve(Writer& w, const NativeLink& link, const std::vector<uint16_t>& curves, bool present, int32_t c) {
-    if (!present) {
-        w.U16(0);
-        w.U16(0xFFFF);
-        return;
+// ICC gray is a device value with 0 for black, the engine's gray an ink with 0 for white: a
+// gray input curve is read backwards, a gray output curve turned upside down.
+void WriteCurve(Writer& w, const NativeLink& link, const std::vector<uint16_t>& curves, bool present, int32_t c,
+                bool reverse, bool invert) {
+    const int32_t size = present ? link.curveSize : 2;
+    for (int32_t k = 0; k < size; ++k) {
+        const int32_t i = reverse ? size - 1 - k : k;
+        uint32_t value = present ? curves[size_t(c) * size_t(link.curveSize) + size_t(i)] : (i == 0 ? 0u : 0xFFFFu);
+        w.U16(invert ? 0xFFFF - value : value);
     }
-    for (int32_t i = 0; i < link.curveSize; ++i) w.U16(curves[size_t(c) * size_t(link.curveSize) + size_t(i)]);
 }
 
-void WriteTable(Writer& w, const NativeLink& link) {
+void WriteTable(Writer& w, const NativeLink& link, bool graySource, bool grayDestination) {
     w.Sig("mft2");
     w.U32(0);
     w.U8(uint32_t(link.srcDim));
@@ -93,10 +96,12 @@ void WriteTable(Writer& w, const NativeLink& link) {
     for (int i = 0; i < 9; ++i) w.U32(i % 4 == 0 ? 0x10000 : 0);  // identity matrix
     w.U16(link.hasInputCurves ? uint32_t(link.curveSize) : 2);
     w.U16(link.hasOutputCurves ? uint32_t(link.curveSize) : 2);
-    for (int32_t c = 0; c < link.srcDim; ++c) WriteCurve(w, link, link.inputCurves, link.hasInputCurves, c);
+    for (int32_t c = 0; c < link.srcDim; ++c)
+        WriteCurve(w, link, link.inputCurves, link.hasInputCurves, c, graySource, false);
     // Both the link and the table store nodes first channel slowest.
     for (uint16_t value : link.nodes) w.U16(value);
-    for (int32_t o = 0; o < link.dstDim; ++o) WriteCurve(w, link, link.outputCurves, link.hasOutputCurves, o);
+    for (int32_t o = 0; o < link.dstDim; ++o)
+        WriteCurve(w, link, link.outputCurves, link.hasOutputCurves, o, false, grayDestination);
 }
 
 // The ICC colour space of one end: the link's device type where ICC knows it, else the
@@ -184,7 +189,7 @@ std::vector<uint8_t> MakeIccDeviceLink(const NativeLink& link, const IccLinkInfo
         if (name == "desc") WriteDescription(w, info.description);
         else if (name == "cprt") WriteText(w, "No copyright, use freely");
         else if (name == "pseq") WriteSequence(w, info.sequence);
-        else WriteTable(w, link);
+        else WriteTable(w, link, srcSpace == SignatureFrom("GRAY"), dstSpace == SignatureFrom("GRAY"));
         tag.size = uint32_t(w.bytes.size() - tag.offset);
     }
     w.Pad();

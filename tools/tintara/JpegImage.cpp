@@ -15,6 +15,7 @@
 
 #include "HostSupport.h"
 #include "ImageIO.h"
+#include "Metadata.h"
 
 namespace host {
 
@@ -28,6 +29,11 @@ using FilePtr = std::unique_ptr<FILE, FileCloser>;
 const char kXmpHeader[] = "http://ns.adobe.com/xap/1.0/";  // with its terminating zero: 29 bytes
 const char kPhotoshopHeader[] = "Photoshop 3.0";               // with its terminating zero: 14 bytes
 constexpr size_t kMarkerBytes = 65533;                         // the most data one marker holds
+
+// XMP in APP1 and Photoshop's resources in APP13 behind their headers, a comment as description.
+const MetadataCarrier kCarriers[] = {{JPEG_APP0 + 1, kXmpHeader, sizeof kXmpHeader, MetadataField::Xmp},
+                                     {JPEG_APP0 + 13, kPhotoshopHeader, sizeof kPhotoshopHeader, MetadataField::Photoshop},
+                                     {JPEG_COM, "", 0, MetadataField::Description}};
 
 // libjpeg's errors end in a jump back to the call that failed; its warnings about damaged data
 // count as errors too, so that a broken file never turns into a gray-padded picture.
@@ -51,10 +57,6 @@ void InstallErrors(ErrorJump& error) {
     jpeg_std_error(&error.manager);
     error.manager.error_exit = ErrorExit;
     error.manager.emit_message = EmitMessage;
-}
-
-bool StartsWith(const jpeg_saved_marker_ptr marker, const char* header, size_t length) {
-    return marker->data_length >= length && std::memcmp(marker->data, header, length) == 0;
 }
 
 // libjpeg's state of one file, released however the work ends (a constructor that throws runs
@@ -139,13 +141,9 @@ private:
             shape_.iccProfile.assign(profile, profile + profileLength);
             std::free(profile);
         }
-        for (jpeg_saved_marker_ptr m = info_.marker_list; m; m = m->next) {
-            if (m->marker == JPEG_COM) shape_.description.assign(reinterpret_cast<char*>(m->data), m->data_length);
-            else if (m->marker == JPEG_APP0 + 1 && StartsWith(m, kXmpHeader, sizeof kXmpHeader))
-                shape_.xmp.assign(m->data + sizeof kXmpHeader, m->data + m->data_length);
-            else if (m->marker == JPEG_APP0 + 13 && StartsWith(m, kPhotoshopHeader, sizeof kPhotoshopHeader))
-                shape_.photoshop.assign(m->data + sizeof kPhotoshopHeader, m->data + m->data_length);
-        }
+        for (jpeg_saved_marker_ptr m = info_.marker_list; m; m = m->next)
+            if (const MetadataCarrier* c = FindCarrier(kCarriers, m->marker, m->data, m->data_length))
+                SetMetadata(shape_, c->field, m->data + c->keyLength, m->data_length - c->keyLength);
         jpeg_start_decompress(&info_);
         return true;
     }
@@ -192,11 +190,11 @@ public:
         if (!file_) throw Failure("cannot write " + shownName + ": " + std::strerror(errno));
         InstallErrors(error_);
         info_.err = &error_.manager;
-        std::vector<uint8_t> photoshop = shape.photoshop.empty() && !shape.iptc.empty() ? IptcResource(shape.iptc)
-                                                                                          : shape.photoshop;
-        markers_.push_back({JPEG_APP0 + 1, Prefixed(kXmpHeader, sizeof kXmpHeader, shape.xmp)});
-        markers_.push_back({JPEG_APP0 + 13, Prefixed(kPhotoshopHeader, sizeof kPhotoshopHeader, photoshop)});
-        markers_.push_back({JPEG_COM, std::vector<uint8_t>(shape.description.begin(), shape.description.end())});
+        // IPTC without Photoshop's resources travels as a resource block of its own.
+        ImageShape carried = shape;
+        if (carried.photoshop.empty() && !carried.iptc.empty()) carried.photoshop = IptcResource(carried.iptc);
+        for (const MetadataCarrier& c : kCarriers)
+            markers_.push_back({c.code, Prefixed(c.key, c.keyLength, MetadataOf(carried, c.field))});
         row_.resize(size_t(shape.width) * shape.ColourChannels());
         if (!Begin(quality)) throw Failure("cannot write " + shownName_ + ": " + error_.message);
     }

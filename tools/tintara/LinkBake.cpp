@@ -21,8 +21,8 @@ namespace {
 // than other engines' precalculated transforms: FOGRA39 -> FOGRA29 relative, 20000 random 16-bit
 // CMYK, CIEDE2000 against the chain in doubles, mean / max: 11 points 0.219 / 2.54, 17 points
 // 0.086 / 1.41, 33 points 0.027 / 0.72 (but ten times the baking time), Little CMS 2.14
-// precalculated 0.132 / 1.45. Other channel counts keep the library's rule.
-constexpr int32_t kFourChannelGridBits = 4;
+// precalculated 0.132 / 1.45 (hence kFourChannelGridBits). Other channel counts keep the
+// library's rule.
 
 int32_t GridBitsFor(TKTrafoRef trafo, int32_t gridBits) {
     if (gridBits == kLibraryGrid) return 0;

@@ -6,11 +6,13 @@
 #include <csetjmp>
 #include <cstdio>
 #include <cstring>
+#include <list>
 #include <memory>
 #include <vector>
 
 #include "HostSupport.h"
 #include "ImageIO.h"
+#include "Metadata.h"
 
 namespace host {
 
@@ -29,11 +31,24 @@ void PngError(png_structp png, png_const_charp message) {
 
 void PngWarning(png_structp, png_const_charp) {}
 
-// The XMP packet's keyword in an iTXt chunk, as Adobe's tools write it.
-constexpr const char* kXmpKey = "XML:com.adobe.xmp";
+// The XMP packet under its keyword in an iTXt chunk, as Adobe's tools write it, and a plain
+// text chunk as description.
+const char kXmpKey[] = "XML:com.adobe.xmp";
+const char kDescriptionKey[] = "Description";
+const MetadataCarrier kCarriers[] = {{0, kXmpKey, sizeof kXmpKey, MetadataField::Xmp},
+                                     {0, kDescriptionKey, sizeof kDescriptionKey, MetadataField::Description}};
 
 // PNG counts pixels per metre; TIFF per inch (2) or per centimetre (3).
 double PerMetre(uint16_t unit) { return unit == 3 ? 100.0 : 100.0 / 2.54; }
+
+// Runs libpng calls; false when libpng reports an error, which jumps back here. The calls hold
+// nothing that needs a destructor.
+template <class Calls>
+bool WithoutError(png_structp png, Calls&& calls) {
+    if (setjmp(png_jmpbuf(png))) return false;
+    calls();
+    return true;
+}
 
 // The libpng structures of one file, released however the work ends.
 struct ReadHandles {
@@ -100,8 +115,8 @@ public:
         const int count = png_get_text(png_, info_, &texts, nullptr);
         for (int i = 0; i < count; ++i) {
             const size_t length = texts[i].compression > 0 ? texts[i].itxt_length : texts[i].text_length;
-            if (std::strcmp(texts[i].key, kXmpKey) == 0) shape_.xmp.assign(texts[i].text, texts[i].text + length);
-            else if (std::strcmp(texts[i].key, "Description") == 0) shape_.description.assign(texts[i].text, length);
+            if (const MetadataCarrier* c = FindCarrier(kCarriers, 0, texts[i].key, std::strlen(texts[i].key) + 1))
+                SetMetadata(shape_, c->field, reinterpret_cast<const uint8_t*>(texts[i].text), length);
         }
         if (shape_.bits != 8 && shape_.bits != 16) throw Failure("cannot read " + path + ": unexpected sample depth");
         if (shape_.TotalBytes() > std::min(maxImageBytes, kMaxImageBytes))
@@ -120,10 +135,10 @@ public:
 private:
     // Decodes into the row pointers set up; false after a libpng error.
     bool ReadRows(uint32_t rows) {
-        if (setjmp(png_jmpbuf(png_))) return false;
-        if (interlaced_) png_read_image(png_, rowPointers_.data());
-        else png_read_rows(png_, rowPointers_.data(), nullptr, rows);
-        return true;
+        return WithoutError(png_, [&] {
+            if (interlaced_) png_read_image(png_, rowPointers_.data());
+            else png_read_rows(png_, rowPointers_.data(), nullptr, rows);
+        });
     }
 
     std::string path_, error_;
@@ -167,21 +182,17 @@ public:
         colourType_ = shape.ColourChannels() == 1 ? (shape.extra ? PNG_COLOR_TYPE_GRAY_ALPHA : PNG_COLOR_TYPE_GRAY)
                                                            : (shape.extra ? PNG_COLOR_TYPE_RGB_ALPHA : PNG_COLOR_TYPE_RGB);
         std::vector<png_text> texts;
-        if (!shape.xmp.empty()) {
-            xmpText_.assign(shape.xmp.begin(), shape.xmp.end());
+        for (const MetadataCarrier& c : kCarriers) {
+            const std::vector<uint8_t> bytes = MetadataOf(shape, c.field);
+            if (bytes.empty()) continue;
+            textBytes_.emplace_back(bytes.begin(), bytes.end());
+            textBytes_.back().push_back('\0');
             png_text text{};
-            text.key = const_cast<png_charp>(kXmpKey);
-            text.compression = PNG_ITXT_COMPRESSION_NONE;
-            text.text = xmpText_.data();
-            text.itxt_length = xmpText_.size();
-            texts.push_back(text);
-        }
-        if (!shape.description.empty()) {
-            png_text text{};
-            text.key = const_cast<png_charp>("Description");
-            text.compression = PNG_TEXT_COMPRESSION_NONE;
-            text.text = const_cast<png_charp>(shape.description.c_str());
-            text.text_length = shape.description.size();
+            text.key = const_cast<png_charp>(c.key);
+            // XMP is UTF-8, which only an international text chunk declares.
+            text.compression = c.field == MetadataField::Xmp ? PNG_ITXT_COMPRESSION_NONE : PNG_TEXT_COMPRESSION_NONE;
+            text.text = textBytes_.back().data();
+            (c.field == MetadataField::Xmp ? text.itxt_length : text.text_length) = bytes.size();
             texts.push_back(text);
         }
         if (setjmp(png_jmpbuf(png_))) throw Failure("cannot write " + shownName_ + ": " + error_);
@@ -210,23 +221,15 @@ public:
     }
 
 private:
-    bool WriteRow() {
-        if (setjmp(png_jmpbuf(png_))) return false;
-        png_write_row(png_, row_.data());
-        return true;
-    }
-    bool End() {
-        if (setjmp(png_jmpbuf(png_))) return false;
-        png_write_end(png_, nullptr);
-        return true;
-    }
+    bool WriteRow() { return WithoutError(png_, [&] { png_write_row(png_, row_.data()); }); }
+    bool End() { return WithoutError(png_, [&] { png_write_end(png_, nullptr); }); }
 
     std::string shownName_, error_;
     FilePtr file_;
     WriteHandles handles_;
     png_structp& png_ = handles_.png;
     png_infop& info_ = handles_.info;
-    std::vector<char> xmpText_;
+    std::list<std::vector<char>> textBytes_;  // the texts' bytes, terminated, until the chunks are written
     std::vector<uint8_t> row_;
     int colourType_ = 0;
 };

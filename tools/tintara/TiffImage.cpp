@@ -11,6 +11,7 @@
 
 #include "HostSupport.h"
 #include "ImageIO.h"
+#include "Metadata.h"
 
 namespace host {
 
@@ -84,6 +85,11 @@ uint64_t FileSize(const std::string& path) {
     return stat(path.c_str(), &info) == 0 ? uint64_t(info.st_size) : 0;
 }
 
+// The carried-over tags that TIFF keeps as blocks of bytes; the description is a text tag.
+const MetadataCarrier kBlockCarriers[] = {{TIFFTAG_XMLPACKET, nullptr, 0, MetadataField::Xmp},
+                                          {TIFFTAG_RICHTIFFIPTC, nullptr, 0, MetadataField::Iptc},
+                                          {TIFFTAG_PHOTOSHOP, nullptr, 0, MetadataField::Photoshop}};
+
 // A tagged block of bytes (XMP, IPTC, Photoshop), empty when absent.
 std::vector<uint8_t> BlockTag(TIFF* t, uint32_t tag) {
     uint32_t count = 0;
@@ -143,9 +149,10 @@ void ReadShape(TIFF* t, const std::string& path, ImageShape& shape) {
         TIFFGetFieldDefaulted(t, TIFFTAG_RESOLUTIONUNIT, &shape.resolutionUnit);
     }
     shape.iccProfile = BlockTag(t, TIFFTAG_ICCPROFILE);
-    shape.xmp = BlockTag(t, TIFFTAG_XMLPACKET);
-    shape.iptc = BlockTag(t, TIFFTAG_RICHTIFFIPTC);
-    shape.photoshop = BlockTag(t, TIFFTAG_PHOTOSHOP);
+    for (const MetadataCarrier& c : kBlockCarriers) {
+        const std::vector<uint8_t> block = BlockTag(t, uint32_t(c.code));
+        SetMetadata(shape, c.field, block.data(), block.size());
+    }
     const char* text = nullptr;
     if (TIFFGetField(t, TIFFTAG_IMAGEDESCRIPTION, &text) && text) shape.description = text;
     // libtiff keeps the names as one block of terminated strings, as many as the inks it counted.
@@ -305,9 +312,7 @@ public:
             TIFFSetField(t, TIFFTAG_RESOLUTIONUNIT, shape.resolutionUnit);
         }
         SetBlockTag(t, TIFFTAG_ICCPROFILE, shape.iccProfile);
-        SetBlockTag(t, TIFFTAG_XMLPACKET, shape.xmp);
-        SetBlockTag(t, TIFFTAG_RICHTIFFIPTC, shape.iptc);
-        SetBlockTag(t, TIFFTAG_PHOTOSHOP, shape.photoshop);
+        for (const MetadataCarrier& c : kBlockCarriers) SetBlockTag(t, uint32_t(c.code), MetadataOf(shape, c.field));
         if (!shape.description.empty()) TIFFSetField(t, TIFFTAG_IMAGEDESCRIPTION, shape.description.c_str());
         TIFFSetField(t, TIFFTAG_SOFTWARE, "tintara");
     }

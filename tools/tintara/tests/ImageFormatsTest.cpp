@@ -318,6 +318,17 @@ TEST_F(Formats, MetadataInkNamesAndSpotExtrasCarryOver) {
     const host::Image out = host::ReadImage(Path("out.tif"));
     EXPECT_EQ(out.iptc, in.iptc);
     EXPECT_EQ(out.inkNames, in.inkNames);
+    // PNG keeps the description and the XMP packet in text chunks.
+    ASSERT_EQ(Run("testimage -s 20x10 '" + Path("rgb.tif") + "'").code, 0);
+    host::Image rgb = host::ReadImage(Path("rgb.tif"));
+    rgb.description = in.description;
+    rgb.xmp = in.xmp;
+    host::WriteTiff(Path("rgb.tif"), rgb, "rgb.tif");
+    const std::string srgb = " -p '" + kData + "/sRGB.icc'";
+    Apply(srgb + srgb + " '" + Path("rgb.tif") + "' '" + Path("out.png") + "'");
+    const host::Image png = host::ReadImage(Path("out.png"));
+    EXPECT_EQ(png.description, rgb.description);
+    EXPECT_EQ(png.xmp, rgb.xmp);
 
     // A CMYK + two spots file whose spots are unspecified extra samples, as Photoshop writes them,
     // feeds a merge link as six inks; the alpha after them stays an alpha.

@@ -104,6 +104,43 @@ TEST_F(Host, IccDeviceLinksAgreeWithLittleCms) {
     }
 }
 
+// ICC gray is a device value with 0 for black; the engine's gray is ink. A gray ICC device link
+// must read the same way in Little CMS as the chain does in ours: white stays white, and a gray
+// output lands on the device value of the ink ours gives (within one 8-bit code).
+TEST_F(Host, GrayIccDeviceLinksKeepTheIccGrayConvention) {
+    const std::string gray = "'" + kData + "/../icc/Gray-v2.icc'", srgb = "'" + kData + "/sRGB.icc'";
+    ASSERT_EQ(Run("link -i relative -p " + gray + " -p " + srgb + " -o '" + Path("g2rgb.icc") + "'").code, 0);
+    ASSERT_EQ(Run("link -i relative -p " + srgb + " -p " + gray + " -o '" + Path("rgb2g.icc") + "'").code, 0);
+    auto peer = [&](const std::string& file, cmsUInt32Number in, cmsUInt32Number out) {
+        cmsHPROFILE link = cmsOpenProfileFromFile(Path(file).c_str(), "r");
+        EXPECT_NE(link, nullptr);
+        cmsHTRANSFORM t = cmsCreateTransform(link, in, nullptr, out, INTENT_PERCEPTUAL, cmsFLAGS_NOOPTIMIZE);
+        cmsCloseProfile(link);
+        return t;
+    };
+    cmsHTRANSFORM toRgb = peer("g2rgb.icc", TYPE_GRAY_8, TYPE_RGB_8), toGray = peer("rgb2g.icc", TYPE_RGB_8, TYPE_GRAY_8);
+    ASSERT_TRUE(toRgb && toGray);
+    for (int device : {255, 191, 64}) {
+        const uint8_t in = uint8_t(device);
+        uint8_t rgb[3];
+        cmsDoTransform(toRgb, &in, rgb, 1);
+        const Result ours = Run("convert -i relative -p " + gray + " -p " + srgb + " " + std::to_string(100.0 - device / 2.55));
+        std::istringstream values(ours.out);
+        for (uint8_t channel : rgb) {
+            double expected = 0;
+            ASSERT_TRUE(values >> expected) << ours.err;
+            EXPECT_NEAR(channel, expected, 1.0) << device;
+        }
+    }
+    const uint8_t rgb[3] = {200, 200, 200};
+    uint8_t device = 0;
+    cmsDoTransform(toGray, rgb, &device, 1);
+    const double ink = std::stod(Run("convert -i relative -p " + srgb + " -p " + gray + " 200 200 200").out);
+    EXPECT_NEAR(device, 2.55 * (100.0 - ink), 1.0);
+    cmsDeleteTransform(toRgb);
+    cmsDeleteTransform(toGray);
+}
+
 TEST_F(Host, InfoDescribesBothLinkForms) {
     ASSERT_EQ(Run("link " + Chain("FOGRA39L.icc", "FOGRA29L.icc") + " -b -o '" + Path("a.icc") + "'").code, 0);
     ASSERT_EQ(Run("link " + Chain("FOGRA39L.icc", "FOGRA29L.icc") + " -o '" + Path("a.lnk") + "'").code, 0);
@@ -144,6 +181,8 @@ TEST_F(Host, DamagedOrMisplacedLinksFailInOneLine) {
         {"convert -q -l '" + Path("a.lnk") + "' 1 2 3 4", "-q does not apply", 2},
         {"convert -b -i saturation -p '" + kData + "/FOGRA39L.icc' --to lab 1 2 3 4", "black point", 2},
         {"convert -i nosuch -p '" + kData + "/FOGRA39L.icc' 1 2 3 4", "unknown rendering intent", 2},
+        {"convert -p '" + Path("a.icc") + "' --to lab 1 2 3 4", "does not deliver a connection space", 1},
+        {"convert --from xyz -p '" + Path("a.icc") + "' 1 2 3", "does not take colours from a connection", 1},
     };
     for (const Case& c : cases) {
         const Result r = Run(c.arguments);
