@@ -9,7 +9,8 @@
  * Threads and one link handle: the match functions, TKDoTrafo, TKGetTrafo*, TKSaveLink* and
  * TKSaveLink*ToMemory may run on any number of threads at once (a lazy link computes its missing
  * nodes under its own lock). TKColorTrafo2Link*, TKLoadLink* and TKLoad*FromMemory rebuild the
- * link: called while another call on the link runs, they return ThreadError (67) and leave it
+ * link, and TKDLProfiles2MCLink* a merge link (whose matches hold its member links as well):
+ * called while another call on the link runs, they return ThreadError (67) and leave it
  * as it is, and a match, TKDoTrafo or save called during a rebuild returns 67 as well: nothing
  * waits, so a host that re-bakes a shared link retries or serialises those calls itself. The
  * TKGetTrafo* queries answer 0 during a rebuild, as for no trafo.
