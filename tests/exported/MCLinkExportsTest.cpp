@@ -269,6 +269,20 @@ int32_t Record(int32_t position, int32_t total, void* userData) {
     return reports->answer;
 }
 
+// Press and orange as trafo handles, orange also baked into a link handle that the merge link
+// shares: the members {press, none, shared link}.
+struct SharedMemberJob {
+    SharedMemberJob() { baked = TKColorTrafo2Link16(shared, orangeRef, 1) == 0; }
+    ~SharedMemberJob() {
+        for (TKTrafoRef ref : {pressRef, orangeRef, shared}) FreeRef(ref);
+    }
+    TKRefPtr<TKTrafo> press{new PressCMYK, true}, orange{new SpotOverCMYK(OrangeRecipe()), true};
+    TKTrafoRef pressRef = NewRef(press.Get(), false), orangeRef = NewRef(orange.Get(), false);
+    TKLinkRef shared = TKNewTKLink16Ref();
+    TKTrafoRef members[3] = {pressRef, nullptr, shared};
+    bool baked = false;
+};
+
 }  // namespace
 
 // Long runs report progress through the host's callback, with spots and without; a callback that
@@ -304,12 +318,11 @@ TEST_F(MCLinkExports, ProgressAndCancelReachTheHost) {
 // Trafos are baked, links shared (null handles skipped); a shared member calculated anew into
 // other channels makes the merge link refuse pixels.
 TEST_F(MCLinkExports, TrafosAreBakedLinksSharedAndWatched) {
-    TKRefPtr<TKTrafo> press(new PressCMYK, true), orange(new SpotOverCMYK(OrangeRecipe()), true);
-    TKLinkRef shared = TKNewTKLink16Ref();
-    TKTrafoRef pressRef = NewRef(press.Get(), false), orangeRef = NewRef(orange.Get(), false);
-    ASSERT_EQ(TKColorTrafo2Link16(shared, orangeRef, 1), 0);
+    SharedMemberJob job;
+    ASSERT_TRUE(job.baked);
+    TKLinkRef shared = job.shared;
+    TKTrafoRef pressRef = job.pressRef, *members = job.members;
     MCLink link;
-    TKTrafoRef members[3] = {pressRef, nullptr, shared};
     EXPECT_EQ(TKTrafos2MCLink(link.ref, 3, nullptr, nullptr), ArgErr);
     ASSERT_EQ(TKTrafos2MCLink(link.ref, 3, members, nullptr), 0);
     EXPECT_EQ(link.Object()->GetLink(1), RefObjectAs<TKLinkGenericTrafo>(shared, "TKLinkGenericTrafo"));
@@ -324,7 +337,7 @@ TEST_F(MCLinkExports, TrafosAreBakedLinksSharedAndWatched) {
     EXPECT_EQ(TKLink16Match(link.ref, 1, pixel, out, 0, 0, nullptr, nullptr), ArgErr);
     // The query answers 0 instead of letting the chain's complaint out through the C boundary.
     EXPECT_EQ(TKGetTrafoSrcDim(link.ref), 0);
-    for (TKTrafoRef ref : {pressRef, orangeRef, rgbRef, shared}) FreeRef(ref);
+    FreeRef(rgbRef);
 }
 
 // Calls made from inside a running call on the same merge link or its shared member: what
@@ -365,12 +378,11 @@ private:
 };
 
 TEST_F(MCLinkExports, RefillingOrRebakingUnderAMatchIsRefused) {
-    TKRefPtr<TKTrafo> press(new PressCMYK, true), orange(new SpotOverCMYK(OrangeRecipe()), true);
-    TKLinkRef shared = TKNewTKLink16Ref();
-    TKTrafoRef pressRef = NewRef(press.Get(), false), orangeRef = NewRef(orange.Get(), false);
-    ASSERT_EQ(TKColorTrafo2Link16(shared, orangeRef, 1), 0);
+    SharedMemberJob job;
+    ASSERT_TRUE(job.baked);
+    TKLinkRef shared = job.shared;
+    TKTrafoRef orangeRef = job.orangeRef, *members = job.members;
     MCLink link;
-    TKTrafoRef members[3] = {pressRef, nullptr, shared};
     ASSERT_EQ(TKTrafos2MCLink(link.ref, 3, members, nullptr), 0);
     MergeIntruder intruder{link.ref, shared, members, orangeRef, {}};
     const int32_t count = 200000;  // long enough for a progress report
@@ -389,5 +401,5 @@ TEST_F(MCLinkExports, RefillingOrRebakingUnderAMatchIsRefused) {
     EXPECT_EQ(TKTrafos2MCLink(link.ref, 2, refill, bits), 0);
     EXPECT_EQ(filling.codes, (std::vector<int32_t>{ThreadError, ThreadError, 0}));
     EXPECT_EQ(TKGetTrafoSrcDim(link.ref), 5);
-    for (TKTrafoRef ref : {pressRef, orangeRef, intruding, shared}) FreeRef(ref);
+    FreeRef(intruding);
 }
