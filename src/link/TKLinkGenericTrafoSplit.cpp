@@ -108,17 +108,34 @@ void TKLinkGenericTrafo::SplitTrafo(TKTrafo* trafo, TKTrafoList& front, TKTrafoL
     } else {
         middle.AppendList(*work, true);
     }
-    // 4. Neighbouring stages must agree on the colour type. The conversions go into the grid: a
-    // change of type such as Lab to XYZ mixes the channels, which curves cannot follow.
+    // 4. Neighbouring stages must agree on the colour type. A conversion joins the curves beside
+    // it where it keeps the channels apart; a change such as Lab to XYZ mixes them, which curves
+    // sampled along the neutral axis cannot follow, so it goes into the grid.
     const int32_t middleIn = middle.GetSrcType();
-    if (front.GetCount() && frontOut && middleIn && frontOut != middleIn)
-        middle.Prepend(NewStageConversion(frontOut, middleIn).Get(), false);
+    if (front.GetCount() && frontOut && middleIn && frontOut != middleIn) {
+        const TKRefPtr<TKTrafo> conversion = NewStageConversion(frontOut, middleIn);
+        if (IsCurveStage(*conversion, GetTypeChannels(frontOut), frontOut))
+            front.Append(conversion.Get(), false);
+        else
+            middle.Prepend(conversion.Get(), false);
+    }
     const int32_t middleOut = ListDstType(middle, middle.GetSrcType() ? middle.GetSrcType() : frontOut);
     const int32_t backIn = back.GetSrcType();
-    if (back.GetCount() && middleOut && backIn && middleOut != backIn)
-        middle.Append(NewStageConversion(middleOut, backIn).Get(), false);
+    if (back.GetCount() && middleOut && backIn && middleOut != backIn) {
+        const TKRefPtr<TKTrafo> conversion = NewStageConversion(middleOut, backIn);
+        if (IsCurveStage(*conversion, GetTypeChannels(middleOut), middleOut))
+            back.Prepend(conversion.Get(), false);
+        else
+            middle.Append(conversion.Get(), false);
+    }
     const int32_t lastOut = back.GetCount() ? ListDstType(back, backIn ? backIn : middleOut) : middleOut;
-    if (lastOut && dstType && lastOut != dstType) back.Append(NewStageConversion(lastOut, dstType).Get(), false);
+    if (lastOut && dstType && lastOut != dstType) {
+        const TKRefPtr<TKTrafo> conversion = NewStageConversion(lastOut, dstType);
+        if (back.GetCount() || IsCurveStage(*conversion, GetTypeChannels(lastOut), lastOut))
+            back.Append(conversion.Get(), false);
+        else
+            middle.Append(conversion.Get(), false);
+    }
 
     // 5. XYZ encoding: the grid sees XYZ through gamma curves that put the white at 0.875 of each
     // axis, so its nodes are spent on colours rather than on the unused top of the XYZ range.
