@@ -1,11 +1,10 @@
 /* The profile exports from a plain C99 host through the shared library: read real profiles, get
  * their trafos, concatenate sRGB -> FOGRA39 and FOGRA39 -> FOGRA29 with and without black point
- * compensation, evaluate colours, channel and global options, and bad input.
+ * compensation, and evaluate colours (options and bad input: the C++ host tests of the exports).
  * The first argument is the test data folder. */
 #define _POSIX_C_SOURCE 200112L
 #include <stdio.h>
 #include <stdlib.h>
-#include <string.h>
 
 #include "tintara.h"
 #include "CCheck.h"
@@ -82,60 +81,11 @@ static void test_concatenations(void) {
     TKFreeFileSpecRef(f29);
 }
 
-static void test_options(void) {
-    TKICCProfile* profile = TKNewICCProfileRef();
-    TKFileSpec* spec = spec_of("FOGRA39L.icc");
-    char text[128];
-    TKReadProfile(profile, spec);
-    check(TKGetProfileOption(profile, "ChannelInfo0", text, sizeof text) == 0 && strncmp(text, "Cyan,Lab,", 9) == 0,
-          "first channel is Cyan");
-    check(TKGetProfileOption(profile, "ChannelInfo0", text, 1) == 6, "short buffer");
-    check(TKSetProfileOption(profile, "ChannelInfo0", "Teal,Lab,60 -40 -20") == 0, "set channel");
-    check(TKGetProfileOption(profile, "ChannelInfo0", text, sizeof text) == 0 && strncmp(text, "Teal,Lab,60", 11) == 0,
-          "channel written");
-    check(TKTintaraSetOption("DensityMode", "Status-T") == 0, "density mode");
-    check(TKTintaraSetOption("DensityMode", "status-t") == 3, "density mode is case-sensitive");
-    check(TKTintaraSetOption("oogcolor", "0 0 0") == 3, "option keys are case-sensitive");
-    TKFreeFileSpecRef(spec);
-    TKFreeICCProfileRef(profile);
-}
-
-static void test_bad_input(void) {
-    TKICCProfile* profile = TKNewICCProfileRef();
-    TKFileSpec* missing = spec_of("none.icc");
-    TKFileSpec* link = spec_of("FOGRA39_to_FOGRA29_link.icc");
-    TKFileSpec* srgb = spec_of("sRGB.icc");
-    TKFileSpec* many[11];
-    TKFileSpec* mismatch[2];
-    TKTrafoRef ref = NULL;
-    int i;
-    for (i = 0; i < 11; ++i) many[i] = link;
-    mismatch[0] = link;
-    mismatch[1] = srgb;
-    check(TKReadProfile(NULL, missing) == 3, "null profile");
-    check(TKReadProfile(profile, NULL) == 3, "null spec");
-    check(TKReadProfile(profile, missing) != 0, "missing file");
-    check(TKGetICCProfileTrafo(NULL, profile, 1, 0) == 3, "null out");
-    check(TKGetICCProfileTrafo(&ref, profile, 1, 0) == 32, "empty profile has no tags");
-    check(TKConcatICCProfilesEx(&ref, 0, 0, 11, many, NULL) == 6, "eleven profiles");
-    check(TKConcatICCProfiles(&ref, 2, NULL, NULL) == 3, "null specs");
-    check(TKConcatICCProfiles(&ref, 2, mismatch, NULL) == 10, "CMYK meets RGB");
-    check(ref == NULL, "no reference after failures");
-    check(TKGetProfileOption(NULL, "ChannelInfo0", NULL, 0) == 3, "null profile option");
-    TKFreeICCProfileRef(NULL);
-    TKFreeFileSpecRef(missing);
-    TKFreeFileSpecRef(link);
-    TKFreeFileSpecRef(srgb);
-    TKFreeICCProfileRef(profile);
-}
-
 int main(int argc, char** argv) {
     snprintf(folder, sizeof folder, "%s", argc > 1 ? argv[1] : "tests/data");
     /* Settings of this run go to a scratch folder, never the user's. */
     setenv("TINTARA_PREFERENCES_DIR", "/tmp/tintara-profile-exports", 0);
     test_profile_trafo();
     test_concatenations();
-    test_options();
-    test_bad_input();
     return report();
 }

@@ -1,4 +1,4 @@
-// Colour-type vocabulary: channel counts, classes, type makers, predicates, ranges, names.
+// Colour-type vocabulary: channel counts, classes, type makers and the encoded channel ranges.
 #include <cmath>
 
 #include "color/TKColors.h"
@@ -40,40 +40,6 @@ TEST(ColorTypes, DeviceTypeMakers) {
     EXPECT_EQ(GetNormType(46), TKColorSig("nm1A"));
     EXPECT_TKERROR(GetNormType(1296), DimMismatch);
     for (int n = 1; n <= 1295; ++n) ASSERT_EQ(GetChannelCount(GetDeviceType(n)), n) << n;
-}
-
-TEST(ColorTypes, ClassesAndPredicates) {
-    EXPECT_TRUE(IsCIESpace(TKLabSpace));
-    EXPECT_TRUE(IsCIESpace(TKReflSpace));
-    EXPECT_FALSE(IsCIESpace(TKCMYKDensSpace));
-    EXPECT_EQ(GetColorClass(TKCMYKDensSpace), TKOtherClass);
-    EXPECT_TRUE(IsDeviceSpace(TKColorSig("mc1A")));
-    EXPECT_FALSE(IsKnownSpace(TKColorSig("abcd")));
-    EXPECT_TRUE(IsInkSpace(TKGraySpace));
-    EXPECT_TRUE(IsInkSpace(TKColorSig("6CLR")));
-    EXPECT_FALSE(IsInkSpace(TKRGBSpace));
-    EXPECT_TRUE(IsMultiChannel(TKColorSig("mc1A")));
-    EXPECT_FALSE(IsMultiChannel(TKCMYKSpace));
-    EXPECT_TRUE(IsRelativeSpace(TKXYZNSpace));
-    EXPECT_FALSE(IsRelativeSpace(TKXYZSpace));
-    EXPECT_TRUE(IsSpectral(TKDensSpace));
-    EXPECT_FALSE(IsSpectral(TKCMYKDensSpace));
-    EXPECT_TRUE(IsSpectralOrDensity(TKCMYKDensSpace));
-    EXPECT_TRUE(IsClassMarker(TKNormClassSpace));
-    EXPECT_FALSE(IsClassMarker(TKColorSig("nm00")));
-}
-
-TEST(ColorTypes, PolarAndRectPartners) {
-    EXPECT_EQ(GetPolarType(TKLabSpace, 0), TKLChSpace);
-    EXPECT_EQ(GetPolarType(TKLuvSpace, 0), TKLChuSpace);
-    EXPECT_EQ(GetPolarType(TKLcsSpace, 0), TKLcshSpace);
-    EXPECT_EQ(GetPolarType(TKJChSpace, 0), TKJChSpace);
-    EXPECT_EQ(GetPolarType(TKRGBSpace, 0), TKHLSSpace);
-    EXPECT_EQ(GetPolarType(TKXYZSpace, 7), 7u);
-    EXPECT_EQ(GetRectType(TKLChSpace, 0), TKLabSpace);
-    EXPECT_EQ(GetRectType(TKHSVSpace, 0), TKRGBSpace);
-    EXPECT_EQ(GetRectType(TKCMYSpace, 0), TKCMYSpace);
-    EXPECT_EQ(GetRectType(TKCMYKSpace, 9), 9u);
 }
 
 TEST(ColorTypes, SameClassCompatibleConvertible) {

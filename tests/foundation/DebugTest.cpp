@@ -53,27 +53,20 @@ TEST_F(DebugChannels, AddChannelGrowsTheTable) {
     SetChannelEnabled(added, false);
 }
 
-TEST_F(DebugChannels, NewlineIsAddedOnlyWhenMissing) {
+TEST_F(DebugChannels, NewlinesLengthsAndRawWrites) {
     DebugPrintf(1, "no newline");
     DebugPrintf(1, "has newline\n");
     DebugPrintf(1, "%s", "");
-    EXPECT_EQ(sink->Writes(), (std::vector<std::string>{"no newline\n", "has newline\n", "\n"}));
-}
-
-TEST_F(DebugChannels, LongMessagesAreCutToTheBlock) {
     std::string exact(4093, 'a');
     DebugPrintf(1, "%s", exact.c_str());
     std::string longer(5000, 'b');
     DebugPrintf(1, "%s", longer.c_str());
-    // 4093 characters and the newline fill the 4094-character block exactly.
-    EXPECT_EQ(sink->Writes(), (std::vector<std::string>{exact + "\n", std::string(4093, 'b') + "\n"}));
-}
-
-TEST_F(DebugChannels, DebugWriteDoesNotFormat) {
-    DebugWrite(1, "100% raw");
+    DebugWrite(1, "100% raw");  // no formatting, no newline
     DebugWrite(kDebugTest2, "off");
     DebugWrite(1, nullptr);
-    EXPECT_EQ(sink->All(), "100% raw");
+    // 4093 characters and the newline fill the 4094-character block exactly.
+    EXPECT_EQ(sink->Writes(), (std::vector<std::string>{"no newline\n", "has newline\n", "\n", exact + "\n",
+                                                        std::string(4093, 'b') + "\n", "100% raw"}));
 }
 
 TEST_F(DebugChannels, PrefixesEveryLineWithProcessAndChannel) {

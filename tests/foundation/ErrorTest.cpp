@@ -33,14 +33,8 @@ TEST(ErrorRecord, Describe) {
 }
 
 TEST(ErrorRecord, SystemError) {
-    try {
-        TKError::ThrowSystemError(2, "open failed");
-        FAIL();
-    } catch (const TKError& e) {
-        EXPECT_EQ(e.code(), SystemError);
-        EXPECT_STREQ(e.message(), "System error: 2 open failed");
-        EXPECT_EQ(TKError::LastError().code(), SystemError);
-    }
+    EXPECT_EQ(TKERROR_MESSAGE(TKError::ThrowSystemError(2, "open failed"), SystemError), "System error: 2 open failed");
+    EXPECT_EQ(TKError::LastError().code(), SystemError);
     EXPECT_TKERROR(TKError::ThrowSystemError(5, ""), SystemError);
     EXPECT_STREQ(TKError::LastError().message(), "System error: 5");
 }

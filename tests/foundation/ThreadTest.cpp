@@ -11,7 +11,6 @@
 
 #include "foundation/TKDebug.h"
 #include "foundation/TKThreads.h"
-#include "foundation/TestDebugCapture.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -148,26 +147,6 @@ TEST(Thread, KillTakesEffectAtAPoll) {
     EXPECT_EQ(thread->Wait(), Cancel);
 }
 
-TEST(Thread, StopAndKillAreLoggedOnTestChannel) {
-    ScopedDebugCapture capture;
-    SetChannelEnabled(kDebugTest1, true);
-    std::atomic<bool> started{false};
-    auto thread = MakeThread("logged", [&](TKThread& self) {
-        started = true;
-        for (;;) (void)self.StopRequested();  // ignores the stop: only the kill ends it
-    });
-    thread->Start();
-    SpinUntil(started);
-    thread->Stop();
-    thread->Kill();
-    EXPECT_EQ(thread->Wait(), Cancel);
-    std::vector<std::string> writes = capture.sink->Writes();
-    ASSERT_EQ(writes.size(), 3u);
-    EXPECT_EQ(writes[0], "TKThread::Stop\n");
-    EXPECT_EQ(writes[1], "TKThread::Kill: TKCancel\n");
-    EXPECT_EQ(writes[2].rfind("Error: 56 ", 0), 0u) << writes[2];  // the Cancel record itself
-}
-
 TEST(Thread, OwnerMayLetGoWhileTheWorkRuns) {
     int32_t live = TKObject::LiveObjects();
     std::atomic<bool> release{false};
@@ -254,32 +233,6 @@ TEST(NamedLock, SemaphoreCountsItsHolders) {
     TKSemaphoreGuard third(name.c_str(), 0, true);
     EXPECT_TRUE(third.Acquired());
     TKSemaphoreGuard::Remove(name.c_str());
-}
-
-TEST(NamedLock, WaitsAreLoggedOnTheGivenChannel) {
-    std::string name = UniqueName("logged");
-    ScopedDebugCapture capture;
-    auto& sink = capture.sink;
-    SetChannelEnabled(kDebugThread, true);
-    {
-        TKMutexGuard free(name.c_str(), 10, true, kDebugThread);  // not held: nothing to say
-        EXPECT_EQ(sink->All(), "");
-    }
-    std::atomic<bool> held{false};
-    std::atomic<bool> release{false};
-    std::thread holder([&] {
-        TKMutexGuard guard(name.c_str());
-        held = true;
-        SpinUntil(release);
-    });
-    SpinUntil(held);
-    EXPECT_TKERROR(TKMutexGuard(name.c_str(), 10, true, kDebugThread), Timeout);
-    // The timeout raised before the wait was reported complete.
-    EXPECT_EQ(sink->All().find("waiting for Mutex: " + name + "\n"), 0u);
-    EXPECT_EQ(sink->All().find("waiting complete"), std::string::npos);
-    release = true;
-    holder.join();
-    TKMutexGuard::Remove(name.c_str());
 }
 
 TEST(NamedLock, MutexIsSharedWithAnotherProcess) {

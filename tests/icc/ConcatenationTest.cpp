@@ -86,17 +86,6 @@ TEST_F(ConcatenationTest, NullEntriesAreSkippedBothWays) {
     for (int32_t c = 0; c < 4; ++c) EXPECT_DOUBLE_EQ(a[c], b[c]);
 }
 
-TEST_F(ConcatenationTest, PrinterBetweenTwoIsPassedBothWays) {
-    TKICCProfile* chain[] = {srgb.Get(), fogra39.Get(), fogra29.Get()};
-    TKConcatICCProfiles(list.Get(), 3, chain, nullptr, 0);
-    // sRGB -> Lab -> FOGRA39 CMYK -> Lab -> FOGRA29 CMYK: the proof goes through the press.
-    EXPECT_EQ(uint32_t(list->GetDstType(0)), TKCMYKSpace);
-    TKICCProfile* direct[] = {srgb.Get(), fogra29.Get()};
-    auto other = TKMakeRef<TKTrafoList>();
-    TKConcatICCProfiles(other.Get(), 2, direct, nullptr, 0);
-    EXPECT_GT(list->GetCount(), other->GetCount());
-}
-
 TEST_F(ConcatenationTest, LinkTakesDeviceValuesThroughItsA2B) {
     TKICCProfile* chain[] = {link.Get(), fogra29.Get()};
     TKConcatICCProfiles(list.Get(), 2, chain, nullptr, 0);
@@ -193,7 +182,7 @@ TEST_F(ConcatenationTest, BridgeFromOtherClassesScalesByTheWhites) {
     }
 }
 
-TEST_F(ConcatenationTest, MismatchedChainsAreRefused) {
+TEST_F(ConcatenationTest, MismatchedNamedAndTablelessChainsAreRefused) {
     // After the link the chain holds CMYK, and sRGB fits that on neither side.
     TKICCProfile* chain[] = {link.Get(), srgb.Get()};
     EXPECT_TKERROR(TKConcatICCProfiles(list.Get(), 2, chain, nullptr, 0), WrongDataType);
@@ -203,20 +192,14 @@ TEST_F(ConcatenationTest, MismatchedChainsAreRefused) {
     EXPECT_TKERROR(AppendProfile(list.Get(), nullptr, 0, true), ArgErr);
     EXPECT_TRUE(AppendProfile(nullptr, nullptr, 0, true));
     TKConcatICCProfiles(nullptr, 0, one, nullptr, 0);  // nothing to do
-}
-
-TEST_F(ConcatenationTest, NamedColourProfilesCannotBeChained) {
     auto named = Load("x11-colors.icc");
     ASSERT_EQ(named->GetHeader().deviceClass, TKICCSig("nmcl"));
-    TKICCProfile* chain[] = {fogra39.Get(), named.Get()};
-    EXPECT_TKERROR(TKConcatICCProfiles(list.Get(), 2, chain, nullptr, 0), TrafoCreationErr);
-}
-
-TEST_F(ConcatenationTest, MissingTablesAreRefused) {
+    TKICCProfile* withNamed[] = {fogra39.Get(), named.Get()};
+    EXPECT_TKERROR(TKConcatICCProfiles(list.Get(), 2, withNamed, nullptr, 0), TrafoCreationErr);
     // A printer without any A2B table cannot start a chain.
     fogra39->RemoveTags({TKICCSig("A2B0"), TKICCSig("A2B1"), TKICCSig("A2B2")}, true);
-    TKICCProfile* chain[] = {fogra39.Get(), fogra29.Get()};
-    EXPECT_TKERROR(TKConcatICCProfiles(list.Get(), 2, chain, nullptr, 0), MissingICCTag);
+    TKICCProfile* tableless[] = {fogra39.Get(), fogra29.Get()};
+    EXPECT_TKERROR(TKConcatICCProfiles(list.Get(), 2, tableless, nullptr, 0), MissingICCTag);
 }
 
 TEST_F(ConcatenationTest, FilesBeyondTenOrMissingAreRefused) {
@@ -227,12 +210,7 @@ TEST_F(ConcatenationTest, FilesBeyondTenOrMissingAreRefused) {
     EXPECT_TKERROR(TKConcatICCProfilesByFile(list.Get(), 2, nullptr, nullptr, 0), ArgErr);
     TKFileSpec missing(TKString(TestDataPath("concat/none.icc").c_str()));
     TKFileSpec* bad[] = {&spec, &missing};
-    try {
-        TKConcatICCProfilesByFile(list.Get(), 2, bad, nullptr, 0);
-        ADD_FAILURE() << "a missing file must fail";
-    } catch (const TKError& e) {
-        EXPECT_NE(e.code(), 0);
-    }
+    EXPECT_THROW(TKConcatICCProfilesByFile(list.Get(), 2, bad, nullptr, 0), TKError);
     TKFileSpec* ten[10];
     for (auto& s : ten) s = &spec;
     auto tenList = TKMakeRef<TKTrafoList>();

@@ -24,63 +24,60 @@ struct AngleScope {
 
 }  // namespace
 
-TEST(DataBaseText, ValueIsRestOfLine) {
-    auto base = Parse("a = 1 2 3\nb = x # not a comment\n");
-    EXPECT_STREQ(base->GetString("a", "").CString(), "1 2 3");
-    EXPECT_STREQ(base->GetString("b", "").CString(), "x # not a comment");
-}
-
-TEST(DataBaseText, QuotedValueThenStrayTokenFails) {
-    auto base = TKMakeRef<TKDataBase>();
-    try {
-        base->FromText(TKString("a = \"1 2\" 3"));
-        ADD_FAILURE() << "no error";
-    } catch (const TKError& e) {
-        EXPECT_EQ(e.code(), FormatErr);
-        EXPECT_STREQ(e.message(), "Missing \"=\" after \"3\"");
+TEST(DataBaseText, ValuesCommentsAndPaths) {
+    const struct {
+        const char* text;
+        const char* key;
+        const char* value;  // nullptr: no such entry
+    } cases[] = {
+        {"a = 1 2 3\n", "a", "1 2 3"},  // the value is the rest of the line
+        {"b = x # not a comment\n", "b", "x # not a comment"},
+        {"a = \"1 2\"", "a", "1 2"},
+        {"a = \n{\nb = 1\n}\n", "a/b", "1"},
+        {"a = \n{\nb = 1\n}\n", "/a/b", "1"},
+        {"a = \n{\nb = 1\n}\n", "a/c", nullptr},
+        {"a = \n{\nb = 1\n}\n", "a/b/c", nullptr},
+        {"# x = 1\n#{\ny = 2\nstill skipped #} z = 3\nw = 4\n", "x", nullptr},
+        {"# x = 1\n#{\ny = 2\nstill skipped #} z = 3\nw = 4\n", "y", nullptr},
+        {"# x = 1\n#{\ny = 2\nstill skipped #} z = 3\nw = 4\n", "z", "3"},
+        {"# x = 1\n#{\ny = 2\nstill skipped #} z = 3\nw = 4\n", "w", "4"},
+    };
+    for (const auto& c : cases) {
+        auto base = Parse(c.text);
+        EXPECT_EQ(base->Exists(c.key), c.value != nullptr) << c.text << c.key;
+        if (c.value) EXPECT_STREQ(base->GetString(c.key, "?").CString(), c.value) << c.text;
     }
-    EXPECT_STREQ(base->GetString("a", "").CString(), "1 2");
-}
-
-TEST(DataBaseText, EqualsMustStandApart) {
-    try {
-        Parse("a=1\n");
-        ADD_FAILURE() << "no error";
-    } catch (const TKError& e) {
-        EXPECT_EQ(e.code(), FormatErr);
-        EXPECT_STREQ(e.message(), "Missing \"=\" after \"a=1\"");
-    }
-}
-
-TEST(DataBaseText, NestedBasesAndPaths) {
-    auto base = Parse("a = \n{\nb = 1\n}\n");
-    EXPECT_STREQ(base->GetString("a/b", "x").CString(), "1");
-    EXPECT_STREQ(base->GetString("/a/b", "x").CString(), "1");
-    EXPECT_STREQ(base->GetString("a/c", "x").CString(), "x");
-    EXPECT_STREQ(base->GetString("a/b/c", "x").CString(), "x");
     int32_t index = 5;
-    EXPECT_EQ(base->Find("q/b", &index), nullptr);
+    EXPECT_EQ(Parse("a = 1\n")->Find("q/b", &index), nullptr);
     EXPECT_EQ(index, -1);
-}
-
-TEST(DataBaseText, BlockWithoutEntryIsIndexError) {
-    EXPECT_TKERROR(Parse("a = 1\n{\n{\n}\n}\n"), IndexError);
-}
-
-TEST(DataBaseText, Comments) {
-    auto base = Parse("# x = 1\n#{\ny = 2\nstill skipped #} z = 3\nw = 4\n");
-    EXPECT_FALSE(base->Exists("x"));
-    EXPECT_FALSE(base->Exists("y"));
-    EXPECT_STREQ(base->GetString("z", "").CString(), "3");
-    EXPECT_STREQ(base->GetString("w", "").CString(), "4");
-    EXPECT_EQ(base->Count(), 2);
-}
-
-TEST(DataBaseText, ZeroByteEndsText) {
-    const char text[] = "a = 1\n\0b = 2\n";
+    const char text[] = "a = 1\n\0b = 2\n";  // a zero byte ends the text
     auto base = TKMakeRef<TKDataBase>();
     base->FromText(text, sizeof text - 1);
     EXPECT_EQ(base->Count(), 1);
+}
+
+TEST(DataBaseText, MalformedTextsNameTheirFault) {
+    std::string deep;
+    for (int i = 0; i < 5000; ++i) deep += "a = \n{\n";
+    const struct {
+        std::string text;
+        int32_t code;
+        const char* message;  // nullptr: any
+    } cases[] = {
+        {"a = \"1 2\" 3", FormatErr, "Missing \"=\" after \"3\""},
+        {"a=1\n", FormatErr, "Missing \"=\" after \"a=1\""},  // "=" must stand apart
+        {"a = 1\n{\n{\n}\n}\n", IndexError, nullptr},         // a block without an entry
+        {"<\"a\" = \"1\"\nb = 2", FormatErr, nullptr},          // no closing bracket
+        {deep, FormatErr, nullptr},
+    };
+    for (const auto& c : cases) {
+        auto base = TKMakeRef<TKDataBase>();
+        const std::string message = TKERROR_MESSAGE(base->FromText(TKString(c.text.c_str())), c.code);
+        if (c.message) EXPECT_EQ(message, c.message);
+    }
+    auto base = TKMakeRef<TKDataBase>();
+    EXPECT_TKERROR(base->FromText(TKString("a = \"1 2\" 3")), FormatErr);
+    EXPECT_STREQ(base->GetString("a", "").CString(), "1 2");  // what came before the fault stays
 }
 
 TEST(DataBaseText, EmptyValuesAndQuotedKeys) {
@@ -141,18 +138,11 @@ TEST(DataBaseText, AngleFormLayout) {
     EXPECT_STREQ(base->ToText().CString(), "{\n\t<\"a\" = \"1\">\n}\n");
 }
 
-TEST(DataBaseText, AngleEntryNeedsClosingBracket) {
-    EXPECT_TKERROR(Parse("<\"a\" = \"1\"\nb = 2"), FormatErr);
+TEST(DataBaseText, AngleAndPlainEntriesMix) {
     auto mixed = Parse("<a = 1>\nb = 2\n<\"c\" = \"3\"> { x = y\n}");
     EXPECT_STREQ(mixed->GetString("a", "").CString(), "1");
     EXPECT_STREQ(mixed->GetString("b", "").CString(), "2");
     EXPECT_STREQ(mixed->GetString("c/x", "").CString(), "y");
-}
-
-TEST(DataBaseText, DeepNestingIsRejected) {
-    std::string text;
-    for (int i = 0; i < 5000; ++i) text += "a = \n{\n";
-    EXPECT_TKERROR(Parse(text.c_str()), FormatErr);
 }
 
 TEST(DataBasePaths, EscapedSeparatorIsPartOfKey) {

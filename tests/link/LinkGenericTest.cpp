@@ -39,14 +39,20 @@ public:
 
 }  // namespace
 
-TEST(LinkGenericLayout, InitRejectsDimensionsAndGridsOutOfRange) {
+TEST(LinkGenericLayout, BadDimensionsGridsAndNodesAreRefused) {
     TKLinkGeneric link;
+    EXPECT_TKERROR(link.Finish(false, false, nullptr), PtrInvalid);  // nothing to finish yet
     const int32_t bad[][3] = {{0, 3, 17}, {17, 3, 2}, {3, 0, 17}, {3, 37, 17}, {3, 3, 1}, {3, 3, 66}};
     for (const auto& b : bad) EXPECT_TKERROR(link.Init(b[0], b[1], b[2], 0), ArgErr);
     // 65^16 nodes would wrap a 32-bit count: refused before any allocation.
     EXPECT_TKERROR(link.Init(16, 36, 65, 0), MemFullErr);
     link.Init(16, 36, 2, 0);  // the largest channel counts fit at the smallest grid
     EXPECT_EQ(link.NodeCount(), 65536u);
+    link.Init(2, 2, 3, 1);
+    const uint16_t values[2] = {0, 0};
+    EXPECT_TKERROR(link.CalcNode(9), IndexError);
+    EXPECT_TKERROR(link.CopyNode(9, values), IndexError);
+    EXPECT_TKERROR(link.CopyNode(0, nullptr), ArgErr);
 }
 
 TEST(LinkGenericBaking, DefaultHooksGiveIdentityTables) {
@@ -101,11 +107,6 @@ TEST(LinkGenericBaking, CurvesStayIdentityWhenTheirStageIsAbsent) {
     EXPECT_EQ(link.Input8()[200], 200 * 257);
     EXPECT_EQ(link.OutputCurves()[4095], 65535);
     EXPECT_EQ(link.Output8()[4095], 255);
-}
-
-TEST(LinkGenericBaking, FinishOnAnEmptyLinkFails) {
-    TKLinkGeneric link;
-    EXPECT_TKERROR(link.Finish(false, false, nullptr), PtrInvalid);
 }
 
 TEST(LinkGenericBaking, NullHookArgumentsAreArgErr) {
@@ -163,15 +164,6 @@ TEST(LinkGenericLazy, NodesAreComputedOnFirstUse) {
     EXPECT_EQ(Node(link, 8, 2), 3);  // a copied node is never recomputed
     link.CalcNode(0);                 // complete: nothing happens
     EXPECT_EQ(link.nodeCalls.load(), 124);
-}
-
-TEST(LinkGenericLazy, BadNodeIndicesAreIndexError) {
-    TKLinkGeneric link;
-    link.Init(2, 2, 3, 1);
-    const uint16_t values[2] = {0, 0};
-    EXPECT_TKERROR(link.CalcNode(9), IndexError);
-    EXPECT_TKERROR(link.CopyNode(9, values), IndexError);
-    EXPECT_TKERROR(link.CopyNode(0, nullptr), ArgErr);
 }
 
 TEST(LinkGenericLazy, ThreadsSharingALazyLinkAgreeWithAFullBake) {

@@ -19,31 +19,29 @@ double CornerCoordinate(uint32_t m, int32_t n, int32_t d) { return (m >> (n - 1 
 
 }  // namespace
 
-TEST(HyperSquareWeightRules, SimplexOfEqualFractionsUsesTheDiagonal) {
-    auto w = Weights(1, {0.3, 0.3, 0.3});
-    EXPECT_DOUBLE_EQ(w[0], 0.7);
-    EXPECT_DOUBLE_EQ(w[7], 0.3);
-    for (int32_t m = 1; m < 7; ++m) EXPECT_EQ(w[m], 0.0) << m;
-}
-
-TEST(HyperSquareWeightRules, SimplexWalksFromTheLargestFraction) {
-    // f = (0.2, 0.7, 0.5): order 1, 2, 0; masks 0 -> 010 -> 011 -> 111.
-    auto w = Weights(1, {0.2, 0.7, 0.5});
-    EXPECT_DOUBLE_EQ(w[0], 0.3);
-    EXPECT_DOUBLE_EQ(w[2], 0.2);
-    EXPECT_DOUBLE_EQ(w[3], 0.3);
-    EXPECT_DOUBLE_EQ(w[7], 0.2);
-    int32_t nonZero = 0;
-    for (double x : w) nonZero += x != 0.0;
-    EXPECT_EQ(nonZero, 4);  // n + 1 corners
-}
-
-TEST(HyperSquareWeightRules, MultilinearIsTheProductForm) {
-    auto w = Weights(0, {0.25, 0.5});
-    EXPECT_DOUBLE_EQ(w[0], 0.75 * 0.5);
-    EXPECT_DOUBLE_EQ(w[1], 0.75 * 0.5);  // channel 1 set
-    EXPECT_DOUBLE_EQ(w[2], 0.25 * 0.5);  // channel 0 set
-    EXPECT_DOUBLE_EQ(w[3], 0.25 * 0.5);
+// Worked cases, corner masks with channel 0 as the top bit.
+TEST(HyperSquareWeightRules, WorkedCases) {
+    const struct {
+        const char* what;
+        int32_t mode;
+        std::vector<double> f, weights;
+    } cases[] = {
+        {"simplex on the diagonal", 1, {0.3, 0.3, 0.3}, {0.7, 0, 0, 0, 0, 0, 0, 0.3}},
+        // order 1, 2, 0: masks 0 -> 010 -> 011 -> 111, n + 1 corners
+        {"simplex from the largest fraction", 1, {0.2, 0.7, 0.5}, {0.3, 0, 0.2, 0.3, 0, 0, 0, 0.2}},
+        {"multilinear product form", 0, {0.25, 0.5}, {0.375, 0.375, 0.125, 0.125}},
+        {"mode 2 splits channel 3 linearly", 2, {0, 0, 0, 0.25}, {0.75, 0.25, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}},
+        {"scaled multilinear on the diagonal", 4, {0.5, 0.5}, {0.5, 0, 0, 0.5}},
+        {"scaled multilinear without fraction is simplex", 4, {0, 0}, {1, 0, 0, 0}},
+        {"cube centre between diagonal corners", 5, {0.5, 0.5, 0.5}, {0.5, 0, 0, 0, 0, 0, 0, 0.5}},
+        // channel 0 dominates at its near face 0: t = 0, d = 1, p' = q' = 0.5
+        {"cube face centre has the face only", 5, {0, 0.5, 0.5}, {0.25, 0.25, 0.25, 0.25, 0, 0, 0, 0}},
+    };
+    for (const auto& c : cases) {
+        const std::vector<double> w = Weights(c.mode, c.f);
+        ASSERT_EQ(w.size(), c.weights.size()) << c.what;
+        for (size_t m = 0; m < w.size(); ++m) EXPECT_NEAR(w[m], c.weights[m], 1e-15) << c.what << " corner " << m;
+    }
 }
 
 TEST(HyperSquareWeightRules, ModeTwoEqualsSimplexWithoutChannelThree) {
@@ -53,37 +51,7 @@ TEST(HyperSquareWeightRules, ModeTwoEqualsSimplexWithoutChannelThree) {
         EXPECT_DOUBLE_EQ(four[m << 1], three[m]) << m;
         EXPECT_EQ(four[(m << 1) | 1], 0.0) << m;
     }
-    auto small = Weights(2, {0.6, 0.1, 0.4});
-    EXPECT_EQ(small, three);  // below four channels mode 2 is mode 1
-}
-
-TEST(HyperSquareWeightRules, ModeTwoSplitsChannelThreeLinearly) {
-    auto w = Weights(2, {0.0, 0.0, 0.0, 0.25});
-    EXPECT_DOUBLE_EQ(w[0], 0.75);
-    EXPECT_DOUBLE_EQ(w[1], 0.25);
-}
-
-TEST(HyperSquareWeightRules, ScaledMultilinearOnTheDiagonal) {
-    auto w = Weights(4, {0.5, 0.5});
-    EXPECT_DOUBLE_EQ(w[0], 0.5);
-    EXPECT_DOUBLE_EQ(w[3], 0.5);
-    EXPECT_EQ(w[1], 0.0);
-    EXPECT_EQ(w[2], 0.0);
-    EXPECT_EQ(Weights(4, {0.0, 0.0}), Weights(1, {0.0, 0.0}));  // no fraction: simplex
-}
-
-TEST(HyperSquareWeightRules, CubeCentreSplitsBetweenDiagonalCorners) {
-    auto w = Weights(5, {0.5, 0.5, 0.5});
-    EXPECT_DOUBLE_EQ(w[0], 0.5);
-    EXPECT_DOUBLE_EQ(w[7], 0.5);
-    for (int32_t m = 1; m < 7; ++m) EXPECT_EQ(w[m], 0.0) << m;
-}
-
-TEST(HyperSquareWeightRules, CubeFaceCentreHasTheFaceOnly) {
-    // (0, 0.5, 0.5): channel 0 dominates at its near face 0; t = 0, d = 1, p' = q' = 0.5.
-    auto w = Weights(5, {0.0, 0.5, 0.5});
-    for (int32_t m = 0; m < 4; ++m) EXPECT_DOUBLE_EQ(w[m], 0.25) << m;
-    for (int32_t m = 4; m < 8; ++m) EXPECT_EQ(w[m], 0.0) << m;
+    EXPECT_EQ(Weights(2, {0.6, 0.1, 0.4}), three);  // below four channels mode 2 is mode 1
 }
 
 TEST(HyperSquareWeightRules, EveryRuleIsAPartitionOfUnityWithLinearPrecision) {

@@ -238,38 +238,6 @@ TEST(MinimizeHookePlus, SwarmIsReproducibleAndNeverWorseThanTheStart) {
     EXPECT_LE(evaluations, 1 + 13 + 10 * 14);
 }
 
-TEST(MinimizeSwarm, ParticleKeepsItsPersonalBest) {
-    Bowl bowl;
-    TKPSOParticle p(V({0.0, 0.0}), V({0.0, 0.0}));
-    EXPECT_DOUBLE_EQ(p.Evaluate(&bowl), 1.0 + 16.0);
-    EXPECT_FALSE(p.PersonalBest.Differs(V({0.0, 0.0})));
-    p.Position = V({1.0, 2.0});
-    p.Evaluate(&bowl);
-    EXPECT_FALSE(p.PersonalBest.Differs(V({1.0, 2.0})));
-    p.Position = V({9.0, 9.0});
-    p.Evaluate(&bowl);
-    EXPECT_FALSE(p.PersonalBest.Differs(V({1.0, 2.0})));
-    EXPECT_EQ(p.BestValue, 0.0);
-    EXPECT_TKERROR(p.Evaluate(nullptr), PtrInvalid);
-}
-
-TEST(MinimizeSwarm, StepMovesTowardsTheBestsWithinTheSpeedLimit) {
-    TKSwarmRandom random;
-    TKPSOParticle p(V({0.0}), V({0.0}));
-    p.PersonalBest = V({1.0});
-    p.SwarmBest = V({1.0});
-    p.Step(random, 0.5);
-    EXPECT_GT(p.Position[0], 0.0);
-    EXPECT_LE(p.Position[0], 0.5);
-    TKSwarmRandom a, b(TKSwarmRandom::kDefaultSeed);
-    for (int i = 0; i < 1000; ++i) {
-        const double x = a.Next();
-        EXPECT_EQ(x, b.Next());
-        EXPECT_GE(x, 0.0);
-        EXPECT_LT(x, 1.0);
-    }
-}
-
 // ---- bracketing and Brent ---------------------------------------------------------------
 
 TEST(MinimizeLine, BracketEnclosesTheMinimum) {
@@ -426,26 +394,4 @@ TEST(MinimizeErrorFunc, MatrixErrorFuncChecksSizes) {
     PowerModel wide(TKMatrix(2, 1), TKMatrix(2, 2));
     TKVector out;
     EXPECT_TKERROR(wide.Error(V({1.0}), out), DimMismatch);
-}
-
-namespace {
-class SumOfSquares : public TKVectorToDoubleFunc {
-public:
-    double Eval(const TKVector& x) const override { return x.SqrNorm(); }
-};
-}  // namespace
-
-TEST(MinimizeErrorFunc, VectorFuncAndLineFunc) {
-    TKMinimize2VectorFunc wrapped(new SumOfSquares, true);
-    TKVector out;
-    EXPECT_DOUBLE_EQ(wrapped.Error(V({3.0, 4.0}), out), 25.0);
-    EXPECT_FALSE(out.Differs(V({25.0})));
-    TKMinimize2VectorFunc none(nullptr, false);
-    EXPECT_TKERROR(none.Error(V({1.0}), out), PtrInvalid);
-
-    TKLinMin1DFunc line(wrapped, V({1.0, 1.0}), V({1.0, -1.0}));
-    EXPECT_DOUBLE_EQ(line.Eval(1.0), 4.0);  // at (2, 0)
-    EXPECT_DOUBLE_EQ(line.Error(V({-1.0}), out), 4.0);
-    EXPECT_TKERROR(line.Error(V({1.0, 2.0}), out), ArgErr);
-    EXPECT_TKERROR((void)TKLinMin1DFunc(wrapped, V({1.0}), V({1.0, 0.0})), DimMismatch);
 }

@@ -59,23 +59,6 @@ TEST(TrafoList, AppendFollowsTheOwnedFlag) {
     t->Release();
 }
 
-TEST(TrafoList, ConstructorsAndCopies) {
-    TKTestAddTrafo* a = new TKTestAddTrafo(1, 1.0);
-    TKTestAddTrafo* b = new TKTestAddTrafo(1, 2.0);
-    {
-        TKTrafo* both[2] = {a, b};
-        TKTrafoList fromArray(2, both, false);
-        TKTrafoList fromSix(a, nullptr, b, nullptr, nullptr, a, false);
-        EXPECT_EQ(fromArray.GetCount(), 2);
-        EXPECT_EQ(fromSix.GetCount(), 3);
-        EXPECT_EQ(fromSix.Trafo(TKVector({0.0})), TKVector({4.0}));
-        EXPECT_EQ(a->RefCount(), 4);
-    }
-    EXPECT_EQ(a->RefCount(), 1);
-    a->Release();
-    b->Release();
-}
-
 TEST(TrafoList, DimensionsAndTypesThreadThroughTheMembers) {
     TKTrafoList list;
     list.Append(new TKTestFanTrafo(3, 4), true);

@@ -132,8 +132,8 @@ int RunLink(Args& args) {
     while (!args.Done()) {
         if (WantsHelp(args, kUsage)) {
             std::printf("%s  -g, --grid BITS      2^BITS + 1 grid points per axis, 1-6 (default: 17 points\n"
-                        "                       for four source channels, else the library's choice by the\n"
-                        "                       channel count; a saved link keeps its grid)\n"
+                        "                       for four source channels, 33 for three, else the library's\n"
+                        "                       choice by the channel count; a saved link keeps its grid)\n"
                         "  -o, --output FILE    the link to write: a name ending in .icc or .icm gets an ICC\n"
                         "                       device-link profile, any other a link file\n"
                         "      --reseparate BLACK  separate CMYK anew keeping its colour (see above):\n%s%s",

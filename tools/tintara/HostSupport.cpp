@@ -168,11 +168,22 @@ void OutputFile::Commit() {
     committed_ = true;
 }
 
+namespace {
+// The command line's choice, made before any bar exists.
+bool drawAlways = false;
+}  // namespace
+
+void ProgressBar::DrawAlways() { drawAlways = true; }
+
 ProgressBar::ProgressBar(const std::string& title)
-    : title_(title), active_(isatty(STDOUT_FILENO) != 0), start_(std::chrono::steady_clock::now()), last_() {}
+    : title_(title),
+      quietSeconds_(drawAlways ? 0.0 : kQuietSeconds),
+      active_(drawAlways || isatty(STDOUT_FILENO) != 0),
+      start_(std::chrono::steady_clock::now()),
+      last_() {}
 
 void ProgressBar::Show(int64_t done, int64_t total) {
-    if (!active_ || SecondsSince(start_) < kQuietSeconds) return;
+    if (!active_ || SecondsSince(start_) < quietSeconds_) return;
     const auto now = std::chrono::steady_clock::now();
     if (drawn_ && done < total && now - last_ < std::chrono::milliseconds(100)) return;
     last_ = now;
@@ -186,7 +197,7 @@ void ProgressBar::Show(int64_t done, int64_t total) {
 }
 
 void ProgressBar::Tick() {
-    if (!active_ || SecondsSince(start_) < kQuietSeconds) return;
+    if (!active_ || SecondsSince(start_) < quietSeconds_) return;
     const auto now = std::chrono::steady_clock::now();
     if (drawn_ && now - last_ < std::chrono::milliseconds(100)) return;
     last_ = now;

@@ -115,9 +115,13 @@ private:
 };
 
 // A progress bar drawn on stdout when it is a terminal, once the work has taken a second (short
-// work stays silent); silent otherwise, and under -q, which sends stdout elsewhere.
+// work stays silent); silent otherwise, and under -q, which sends stdout elsewhere. Asked for
+// (--progress), it is drawn wherever stdout goes, from the start.
 class ProgressBar {
 public:
+    // Set once, before any work: draw the bars whether or not stdout is a terminal.
+    static void DrawAlways();
+
     explicit ProgressBar(const std::string& title);
     ~ProgressBar() { Finish(); }
     // Shows `done` of `total`; redraws at most a few times a second.
@@ -129,6 +133,7 @@ public:
 private:
     static constexpr double kQuietSeconds = 1.0;
     std::string title_;
+    double quietSeconds_;
     bool active_;
     bool drawn_ = false;
     std::chrono::steady_clock::time_point start_, last_;

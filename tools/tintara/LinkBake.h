@@ -17,8 +17,8 @@ struct LinkShape {
 // Grid choices besides 2^bits + 1 points: the host's default for the channel count, and the
 // library's own rule (which lines the grid up with a table inside the trafo).
 constexpr int32_t kHostDefaultGrid = 0, kLibraryGrid = -1;
-// The host's default for four source channels: 2^4 + 1 = 17 points per axis.
-constexpr int32_t kFourChannelGridBits = 4;
+// The host's defaults for four and three source channels: 17 and 33 points per axis.
+constexpr int32_t kFourChannelGridBits = 4, kThreeChannelGridBits = 5;
 
 // A new link computed from `trafo` with 2^gridBits + 1 points per axis, or one of the choices above.
 Ref BakeLink(TKTrafoRef trafo, int32_t gridBits, double& seconds);

@@ -39,20 +39,22 @@ void Usage(FILE* out) {
     for (const auto& command : kCommands) std::fprintf(out, "  %-10s %s\n", command.name, command.summary);
     std::fprintf(out, "\n'tintara COMMAND --help' describes a command. -q (--quiet) after the command\n"
                       "silences the reports and progress of info, link, apply, testimage and calibrate;\n"
+                      "--progress draws their progress bars even when stdout is no terminal, from the\n"
+                      "start (on a terminal they appear once work takes more than a second);\n"
                       "errors still go to stderr and the exit code tells the outcome:\n"
                       "0 done, 1 failed, 2 a mistake on the command line.\n");
 }
 
-// Takes -q or --quiet out of the command's words; true when one was there.
-bool TakeQuiet(int& argc, char** argv) {
-    bool quiet = false;
+// Takes the option `longName` (or `shortName`) out of the command's words; true when it was there.
+bool TakeFlag(int& argc, char** argv, const char* shortName, const char* longName) {
+    bool found = false;
     int kept = 2;
     for (int i = 2; i < argc; ++i) {
-        if (!std::strcmp(argv[i], "-q") || !std::strcmp(argv[i], "--quiet")) quiet = true;
+        if (!std::strcmp(argv[i], shortName) || !std::strcmp(argv[i], longName)) found = true;
         else argv[kept++] = argv[i];
     }
     argc = kept;
-    return quiet;
+    return found;
 }
 
 }  // namespace
@@ -72,15 +74,16 @@ int main(int argc, char** argv) {
     }
     for (const auto& command : kCommands) {
         if (std::strcmp(argv[1], command.name) != 0) continue;
-        if (TakeQuiet(argc, argv)) {
-            if (!command.reportsOnly) {
-                std::fprintf(stderr, "tintara %s: -q does not apply: its output is the result (see 'tintara %s --help')\n",
-                             command.name, command.name);
-                return 2;
-            }
-            // The reports go to stdout; errors stay on stderr.
-            if (!std::freopen("/dev/null", "w", stdout)) return 1;
+        const bool quiet = TakeFlag(argc, argv, "-q", "--quiet");
+        const bool progress = TakeFlag(argc, argv, "--progress", "--progress");
+        if ((quiet || progress) && !command.reportsOnly) {
+            std::fprintf(stderr, "tintara %s: %s does not apply: its output is the result (see 'tintara %s --help')\n",
+                         command.name, quiet ? "-q" : "--progress", command.name);
+            return 2;
         }
+        // The reports go to stdout; errors stay on stderr.
+        if (quiet && !std::freopen("/dev/null", "w", stdout)) return 1;
+        if (progress) host::ProgressBar::DrawAlways();
         try {
             host::Args args(argc, argv, 2);
             return command.run(args);

@@ -148,6 +148,38 @@ TEST_F(Host, ThreadCountsGiveIdenticalBytes) {
     EXPECT_TRUE(Slurp(Path("out7.tif")) == one);
 }
 
+// A pipe is no terminal: the bar comes only when asked for, and -q silences it with the reports.
+TEST_F(Host, ProgressIsDrawnWhenAskedForAndSilencedByQuiet) {
+    ASSERT_EQ(Run("testimage -s 200x150 '" + Path("in.tif") + "'").code, 0);
+    const std::string job = " -l '" + Link("rgb-to-rgb.lnk") + "' '" + Path("in.tif") + "' '" + Path("out.tif") + "'";
+    const Result plain = Run("apply" + job);
+    ASSERT_EQ(plain.code, 0) << plain.err;
+    EXPECT_EQ(plain.out.find('\r'), std::string::npos) << plain.out;
+    EXPECT_EQ(plain.out.rfind(Path("out.tif") + ":", 0), 0u) << plain.out;
+
+    const Result asked = Run("apply --progress" + job);
+    ASSERT_EQ(asked.code, 0) << asked.err;
+    EXPECT_NE(asked.out.find("\rconverting 150 rows"), std::string::npos) << asked.out;
+    EXPECT_NE(asked.out.find("] 100%"), std::string::npos) << asked.out;
+    // The bar's line is cleared before the report, which starts a line of its own.
+    const size_t lastReturn = asked.out.rfind('\r');
+    ASSERT_NE(lastReturn, std::string::npos);
+    const auto firstLine = [](const std::string& text) { return text.substr(0, text.find('\n')); };
+    EXPECT_EQ(firstLine(asked.out.substr(lastReturn + 1)), firstLine(plain.out));
+
+    const Result quiet = Run("apply -q --progress" + job);
+    EXPECT_EQ(quiet.code, 0) << quiet.err;
+    EXPECT_EQ(quiet.out, "");
+    const std::string srgb = " -p '" + kData + "/sRGB.icc'";
+    const Result baking = Run("link --progress" + srgb + srgb + " -o '" + Path("a.lnk") + "'");
+    EXPECT_EQ(baking.code, 0) << baking.err;
+    EXPECT_NE(baking.out.find("\rbaking the link"), std::string::npos) << baking.out;
+    // Where the output is the result, neither applies.
+    const Result convert = Run("convert --progress -l '" + Link("rgb-to-rgb.lnk") + "' 1 2 3");
+    EXPECT_EQ(convert.code, 2);
+    EXPECT_NE(convert.err.find("--progress does not apply"), std::string::npos) << convert.err;
+}
+
 TEST_F(Host, RgbResultsWriteAPngProof) {
     ASSERT_EQ(Run("testimage --space cmyk -b 16 -s 64x48 '" + Path("in.tif") + "'").code, 0);
     ASSERT_EQ(Run("apply -l '" + Link("cmyk-to-rgb.lnk") + "' '" + Path("in.tif") + "' '" + Path("proof.png") + "'").code, 0);
