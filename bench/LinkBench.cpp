@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <memory>
 #include <random>
 #include <vector>
 
 #include "color/TKColors.h"
 #include "link/TKLinkGenericTrafo.h"
+#include "link/TKLinkKernelIsa.h"
 
 #ifdef TINTARA_HAVE_LCMS2
 #include <lcms2.h>
@@ -38,6 +40,11 @@ void CMYKToCMYK(const double* in, double* out) {
     out[3] = Clamp01(std::pow(in[3], 0.9));
 }
 
+// CMYK to RGB, as a soft proof of a press on screen: subtractive inks with a little black boost.
+void CMYKToRGB(const double* in, double* out) {
+    for (int32_t i = 0; i < 3; ++i) out[i] = Clamp01((1.0 - in[i]) * (1.0 - 0.95 * in[3]) * (0.97 + 0.03 * in[(i + 1) % 3]));
+}
+
 using ColourFunction = void (*)(const double*, double*);
 
 struct Case {
@@ -46,6 +53,7 @@ struct Case {
 };
 const Case kCMYK17{4, 4, 17, CMYKToCMYK};
 const Case kRGB33{3, 4, 33, RGBToCMYK};
+const Case kProof11{4, 3, 11, CMYKToRGB};
 
 // The grid nodes, first channel slowest, each channel at k / (grid - 1).
 std::vector<uint16_t> SampleGrid(const Case& c) {
@@ -153,6 +161,19 @@ void MatchTintara(benchmark::State& state, const Case& c, bool image, bool plana
         benchmark::DoNotOptimize(out.data());
     }
     state.SetItemsProcessed(int64_t(state.iterations()) * strip);
+    state.SetLabel(TKLinkIsaName(TKLinkKernelIsa()));
+}
+
+// The memory limit beside the kernels: the source buffer copied into one of the same size.
+template <class Sample>
+void CopyPixels(benchmark::State& state, const Case& c) {
+    std::vector<Sample> in = MakePixels<Sample>(c.srcDim, false);
+    std::vector<Sample> out(in.size());
+    for (auto _ : state) {
+        std::memcpy(out.data(), in.data(), in.size() * sizeof(Sample));
+        benchmark::DoNotOptimize(out.data());
+    }
+    state.SetItemsProcessed(int64_t(state.iterations()) * kPixels);
 }
 
 // ---- Little CMS 2 ----
@@ -172,13 +193,14 @@ cmsHTRANSFORM MakeLcmsTransform(const Case& c, int32_t bits, bool planar) {
     cmsSetDeviceClass(profile, cmsSigLinkClass);
     const cmsColorSpaceSignature srcSpace = c.srcDim == 3 ? cmsSigRgbData : cmsSigCmykData;
     cmsSetColorSpace(profile, srcSpace);
-    cmsSetPCS(profile, cmsSigCmykData);
+    cmsSetPCS(profile, c.dstDim == 3 ? cmsSigRgbData : cmsSigCmykData);
     cmsWriteTag(profile, cmsSigAToB0Tag, pipe);
     cmsPipelineFree(pipe);
     const cmsUInt32Number bytes = bits == 8 ? 1 : 2;
     const cmsUInt32Number inFormat = COLORSPACE_SH(c.srcDim == 3 ? PT_RGB : PT_CMYK) |
                                      CHANNELS_SH(cmsUInt32Number(c.srcDim)) | BYTES_SH(bytes) | PLANAR_SH(planar);
-    const cmsUInt32Number outFormat = COLORSPACE_SH(PT_CMYK) | CHANNELS_SH(4) | BYTES_SH(bytes) | PLANAR_SH(planar);
+    const cmsUInt32Number outFormat = COLORSPACE_SH(c.dstDim == 3 ? PT_RGB : PT_CMYK) |
+                                      CHANNELS_SH(cmsUInt32Number(c.dstDim)) | BYTES_SH(bytes) | PLANAR_SH(planar);
     cmsHTRANSFORM transform = cmsCreateTransform(profile, inFormat, nullptr, outFormat, INTENT_PERCEPTUAL,
                                                  cmsFLAGS_GRIDPOINTS(cmsUInt32Number(c.grid)));
     cmsCloseProfile(profile);
@@ -236,6 +258,9 @@ void Register(const char* caseName, const Case& c) {
             })->Unit(benchmark::kMillisecond);
 #endif
         }
+    benchmark::RegisterBenchmark((std::string("Memcpy/") + caseName + "/" + depth + "bit").c_str(),
+                                 [=](benchmark::State& s) { CopyPixels<Sample>(s, c); })
+        ->Unit(benchmark::kMillisecond);
     // Two threads on one link, each its own half of the raster. Google Benchmark divides the
     // items of all threads by the sum of their times: the wall-clock rate is twice the counter.
     benchmark::RegisterBenchmark((std::string("Tintara/") + caseName + "/" + depth + "bit/random/interleaved/threads")
@@ -284,6 +309,7 @@ const bool kRegistered = [] {
     Register<uint16_t>("CMYK-CMYK-17", kCMYK17);
     Register<uint8_t>("RGB-CMYK-33", kRGB33);
     Register<uint16_t>("RGB-CMYK-33", kRGB33);
+    Register<uint8_t>("CMYK-RGB-11", kProof11);
     benchmark::RegisterBenchmark("Tintara/Bake/CMYK-CMYK-17^4", [](benchmark::State& s) { Bake(s, kCMYK17); })
         ->Unit(benchmark::kMillisecond);
     benchmark::RegisterBenchmark("Tintara/Bake/RGB-CMYK-33^3", [](benchmark::State& s) { Bake(s, kRGB33); })

@@ -39,6 +39,8 @@ if(TINTARA_BUILD_TESTS)
   set(_tintara_consumer_flags "")
   if(TINTARA_SANITIZE)
     set(_tintara_consumer_flags "-fsanitize=address,undefined")
+  elseif(TINTARA_SANITIZE_THREAD)
+    set(_tintara_consumer_flags "-fsanitize=thread")
   endif()
   add_test(NAME tintara_install
     COMMAND ${CMAKE_COMMAND} -DBUILD_DIR=${PROJECT_BINARY_DIR} -DSOURCE_DIR=${CMAKE_CURRENT_LIST_DIR}/install

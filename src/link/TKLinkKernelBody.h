@@ -263,7 +263,7 @@ private:
                 }
             }
         }
-        L::template Accumulate<T::kOutputs, Count>(fT.nodes, Outputs(), nodes, weights, sum);
+        L::template Accumulate<T::kOutputs, Count>(fT.nodes, Outputs(), nodes, weights, fMath.cell, sum);
     }
 
     TKLinkGeneric& fLink;
@@ -451,16 +451,15 @@ int32_t WalkLanes(Kernel<T>& kernel, int32_t count, const uint8_t* const* in, co
     constexpr int32_t kWidth = L::kWidth;
     constexpr int32_t kChannels = T::kChannels;
     const int32_t outputs = kernel.Outputs();
-    const bool inPacked = Interleaved<Src>(in, inStep, kChannels) && inStep[0] == int32_t(kChannels * sizeof(Src));
-    const bool toPacked = T::kOutputs > 0 && Interleaved<Dst>(to, toStep, outputs) &&
-                          toStep[0] == int32_t(T::kOutputs * sizeof(Dst));
+    const bool inInterleaved = Interleaved<Src>(in, inStep, kChannels);
+    const bool toInterleaved = T::kOutputs > 0 && Interleaved<Dst>(to, toStep, outputs);
     V samples[kChannels], out[T::kMaxOutputs];
     V lastSamples[kChannels], lastOut[T::kMaxOutputs];
     for (V& v : lastOut) v = V(0u);
     int32_t i = 0;
     for (; i + kWidth <= count; i += kWidth) {
         const ptrdiff_t at = ptrdiff_t(i);
-        if (!(inPacked && L::template LoadInterleaved<Src, kChannels>(in[0] + at * inStep[0], samples)))
+        if (!(inInterleaved && L::template LoadInterleaved<Src, kChannels>(in[0] + at * inStep[0], inStep[0], samples)))
             for (int32_t c = 0; c < kChannels; ++c)
                 samples[c] = inStep[c] == int32_t(sizeof(Src)) ? L::template LoadPacked<Src>(in[c] + at * inStep[c])
                                                                : L::template LoadStrided<Src>(in[c] + at * inStep[c], inStep[c]);
@@ -473,7 +472,7 @@ int32_t WalkLanes(Kernel<T>& kernel, int32_t count, const uint8_t* const* in, co
             for (int32_t c = 0; c < kChannels; ++c) lastSamples[c] = L::BroadcastLast(samples[c]);
             for (int32_t o = 0; o < outputs; ++o) lastOut[o] = L::BroadcastLast(out[o]);
         }
-        if (!(toPacked && L::template StoreInterleaved<Dst, T::kOutputs>(to[0] + at * toStep[0], out)))
+        if (!(toInterleaved && L::template StoreInterleaved<Dst, T::kOutputs>(to[0] + at * toStep[0], toStep[0], out)))
             for (int32_t o = 0; o < outputs; ++o) {
                 if (toStep[o] == int32_t(sizeof(Dst))) L::template StorePacked<Dst>(to[o] + at * toStep[o], out[o]);
                 else L::template StoreStrided<Dst>(to[o] + at * toStep[o], toStep[o], out[o]);

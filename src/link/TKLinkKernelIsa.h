@@ -14,6 +14,16 @@
 #define TK_LINK_HAS_AVX2 0
 #endif
 
+// Compiles every function between the two for AVX2; only files whose functions run after a
+// check of TKLinkIsaAvailable use them.
+#if defined(__clang__)
+#define TK_AVX2_FUNCTIONS_BEGIN _Pragma("clang attribute push(__attribute__((target(\"avx2\"))), apply_to = function)")
+#define TK_AVX2_FUNCTIONS_END _Pragma("clang attribute pop")
+#else
+#define TK_AVX2_FUNCTIONS_BEGIN _Pragma("GCC push_options") _Pragma("GCC target(\"avx2\")")
+#define TK_AVX2_FUNCTIONS_END _Pragma("GCC pop_options")
+#endif
+
 enum class TKLinkIsa : uint8_t {
     kScalar,  // one pixel at a time, on any processor
     kAvx2,    // eight pixels per step, x86-64 with AVX2

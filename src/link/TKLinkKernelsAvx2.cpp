@@ -19,12 +19,7 @@
 #include "link/TKLinkGeneric.h"
 
 #define TK_LINK_KERNEL_ISA TKLinkAvx2
-#if defined(__clang__)
-#pragma clang attribute push(__attribute__((target("avx2"))), apply_to = function)
-#else
-#pragma GCC push_options
-#pragma GCC target("avx2")
-#endif
+TK_AVX2_FUNCTIONS_BEGIN
 
 #include "link/TKLinkKernelBody.h"
 #include "link/TKLinkLanesAvx2.h"
@@ -55,10 +50,6 @@ TK_LINK_AVX2_SAMPLES(uint16_t, uint16_t)
 #undef TK_LINK_AVX2_SAMPLES
 #undef TK_LINK_AVX2_OUTPUTS
 
-#if defined(__clang__)
-#pragma clang attribute pop
-#else
-#pragma GCC pop_options
-#endif
+TK_AVX2_FUNCTIONS_END
 
 #endif  // TK_LINK_HAS_AVX2

@@ -52,8 +52,10 @@ struct TKLinkScalarLanes {
     // in 8 bytes, and the exact 32-bit product of 16-bit unsigned values is the low and high halves
     // of the 16-bit multiplies, interleaved. The sums wrap as plain ones would (they never do:
     // the weights add up to one cell).
+    // weightSum: what the weights of a pixel add up to (one cell); wider lane sets use it.
     template <int32_t Outputs, int32_t Count>
-    static void Accumulate(const uint16_t* nodes, int32_t outputs, const V* index, const V* weight, V* sum) {
+    static void Accumulate(const uint16_t* nodes, int32_t outputs, const V* index, const V* weight, uint32_t,
+                           V* sum) {
 #if defined(__SSE2__)
         if constexpr (Outputs == 4 && Count % 2 == 0) {
             __m128i total = _mm_setzero_si128();

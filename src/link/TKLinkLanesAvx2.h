@@ -77,38 +77,72 @@ struct TKLinkAvx2Lanes {
         return V(_mm256_permutevar8x32_epi32(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(table8)), index.v));
     }
 
-    // Three and four outputs: a node's values are one 64-bit gather per lane, multiplied as
-    // sixteen 16-bit values at once (low and high halves of the exact 32-bit products). One
-    // gather serves pixels 0, 1, 4, 5 and the other 2, 3, 6, 7, so that the closing transpose
-    // of the per-pixel sums gives every output's sums in pixel order. With three outputs the
-    // fourth value read is the next node's first: its products are never used.
+    // Three and four outputs: a node's values are one 64-bit load per lane (with three outputs
+    // the fourth value read is the next node's first, whose products are never used). One
+    // register holds pixels 0, 1 | 4, 5 and another 2, 3 | 6, 7, so that the closing transpose of
+    // the per-pixel sums gives every output's sums in pixel order. Plain loads beat gathers here.
+    // Weights below 2^15 (cells of up to 32767, every grid but those of 2 and 3 points) let two
+    // nodes share one signed multiply-add: with values biased by -32768 the sum of w * v is the
+    // sum of w * (v - 32768) plus 32768 times the weights' sum, one cell, exactly and within 32
+    // bits. Larger weights take the exact 32-bit products of 16-bit unsigned multiplies.
     // Other output counts: one 32-bit gather per output and node.
     template <int32_t Outputs, int32_t Count>
-    static void Accumulate(const uint16_t* nodes, int32_t outputs, const V* index, const V* weight, V* sum) {
-        if constexpr (Outputs == 3 || Outputs == 4) {
-            const __m256i pickA = _mm256_setr_epi32(0, 1, 4, 5, 0, 1, 4, 5);
-            const __m256i pickB = _mm256_setr_epi32(2, 3, 6, 7, 2, 3, 6, 7);
-            const __m256i spreadA = _mm256_setr_epi8(0, 1, 0, 1, 0, 1, 0, 1, 4, 5, 4, 5, 4, 5, 4, 5, 0, 1, 0, 1, 0, 1,
-                                                     0, 1, 4, 5, 4, 5, 4, 5, 4, 5);
-            const __m256i spreadB = _mm256_setr_epi8(8, 9, 8, 9, 8, 9, 8, 9, 12, 13, 12, 13, 12, 13, 12, 13, 8, 9, 8,
-                                                     9, 8, 9, 8, 9, 12, 13, 12, 13, 12, 13, 12, 13);
-            const auto* base = reinterpret_cast<const long long*>(nodes);
+    static void Accumulate(const uint16_t* nodes, int32_t outputs, const V* index, const V* weight,
+                           uint32_t weightSum, V* sum) {
+        if constexpr ((Outputs == 3 || Outputs == 4) && Count % 2 == 0) {
+            constexpr size_t kNodeBytes = 2 * Outputs;
+            const auto* base = reinterpret_cast<const uint8_t*>(nodes);
+            alignas(32) uint32_t at[Count][8];
+            for (int32_t i = 0; i < Count; ++i) _mm256_store_si256(reinterpret_cast<__m256i*>(at[i]), index[i].v);
+            // One node of pixels a, b | c, d as four 64-bit words.
+            auto load = [&](const uint32_t* lanes, int32_t a, int32_t b, int32_t c, int32_t d) {
+                auto two = [&](int32_t x, int32_t y) {
+                    const __m128i first = _mm_loadl_epi64(
+                        reinterpret_cast<const __m128i*>(base + size_t(lanes[x]) * kNodeBytes));
+                    return _mm_castpd_si128(_mm_loadh_pd(
+                        _mm_castsi128_pd(first), reinterpret_cast<const double*>(base + size_t(lanes[y]) * kNodeBytes)));
+                };
+                return _mm256_set_m128i(two(c, d), two(a, b));
+            };
             __m256i p04 = _mm256_setzero_si256(), p15 = p04, p26 = p04, p37 = p04;
-            for (int32_t i = 0; i < Count; ++i) {
-                // Byte offsets: node * 8, or node * 3 values of 2 bytes.
-                const __m256i at = Outputs == 4 ? index[i].v : _mm256_add_epi32(index[i].v, _mm256_add_epi32(index[i].v, index[i].v));
-                const __m128i atA = _mm256_castsi256_si128(_mm256_permutevar8x32_epi32(at, pickA));
-                const __m128i atB = _mm256_castsi256_si128(_mm256_permutevar8x32_epi32(at, pickB));
-                const __m256i valuesA = _mm256_i32gather_epi64(base, atA, Outputs == 4 ? 8 : 2);
-                const __m256i valuesB = _mm256_i32gather_epi64(base, atB, Outputs == 4 ? 8 : 2);
-                const __m256i wA = _mm256_shuffle_epi8(weight[i].v, spreadA);
-                const __m256i wB = _mm256_shuffle_epi8(weight[i].v, spreadB);
-                const __m256i lowA = _mm256_mullo_epi16(valuesA, wA), highA = _mm256_mulhi_epu16(valuesA, wA);
-                const __m256i lowB = _mm256_mullo_epi16(valuesB, wB), highB = _mm256_mulhi_epu16(valuesB, wB);
-                p04 = _mm256_add_epi32(p04, _mm256_unpacklo_epi16(lowA, highA));
-                p15 = _mm256_add_epi32(p15, _mm256_unpackhi_epi16(lowA, highA));
-                p26 = _mm256_add_epi32(p26, _mm256_unpacklo_epi16(lowB, highB));
-                p37 = _mm256_add_epi32(p37, _mm256_unpackhi_epi16(lowB, highB));
+            if (weightSum < 0x8000) {
+                const __m256i bias = _mm256_set1_epi16(int16_t(-32768));
+                // Dword k of each 128-bit half, four times: bytes 4k to 4k + 3.
+                const __m256i s0 = _mm256_set1_epi32(0x03020100), s1 = _mm256_set1_epi32(0x07060504);
+                const __m256i s2 = _mm256_set1_epi32(0x0B0A0908), s3 = _mm256_set1_epi32(0x0F0E0D0C);
+                for (int32_t i = 0; i < Count; i += 2) {
+                    const __m256i pair = _mm256_or_si256(weight[i].v, _mm256_slli_epi32(weight[i + 1].v, 16));
+                    const __m256i firstA = load(at[i], 0, 1, 4, 5), secondA = load(at[i + 1], 0, 1, 4, 5);
+                    const __m256i firstB = load(at[i], 2, 3, 6, 7), secondB = load(at[i + 1], 2, 3, 6, 7);
+                    auto madd = [&](__m256i values, __m256i pattern) {
+                        return _mm256_madd_epi16(_mm256_xor_si256(values, bias), _mm256_shuffle_epi8(pair, pattern));
+                    };
+                    p04 = _mm256_add_epi32(p04, madd(_mm256_unpacklo_epi16(firstA, secondA), s0));
+                    p15 = _mm256_add_epi32(p15, madd(_mm256_unpackhi_epi16(firstA, secondA), s1));
+                    p26 = _mm256_add_epi32(p26, madd(_mm256_unpacklo_epi16(firstB, secondB), s2));
+                    p37 = _mm256_add_epi32(p37, madd(_mm256_unpackhi_epi16(firstB, secondB), s3));
+                }
+                const __m256i correction = _mm256_set1_epi32(int32_t(32768u * weightSum));
+                p04 = _mm256_add_epi32(p04, correction);
+                p15 = _mm256_add_epi32(p15, correction);
+                p26 = _mm256_add_epi32(p26, correction);
+                p37 = _mm256_add_epi32(p37, correction);
+            } else {
+                const __m256i spreadA = _mm256_setr_epi8(0, 1, 0, 1, 0, 1, 0, 1, 4, 5, 4, 5, 4, 5, 4, 5, 0, 1, 0, 1, 0,
+                                                         1, 0, 1, 4, 5, 4, 5, 4, 5, 4, 5);
+                const __m256i spreadB = _mm256_setr_epi8(8, 9, 8, 9, 8, 9, 8, 9, 12, 13, 12, 13, 12, 13, 12, 13, 8, 9,
+                                                         8, 9, 8, 9, 8, 9, 12, 13, 12, 13, 12, 13, 12, 13);
+                for (int32_t i = 0; i < Count; ++i) {
+                    const __m256i valuesA = load(at[i], 0, 1, 4, 5), valuesB = load(at[i], 2, 3, 6, 7);
+                    const __m256i wA = _mm256_shuffle_epi8(weight[i].v, spreadA);
+                    const __m256i wB = _mm256_shuffle_epi8(weight[i].v, spreadB);
+                    const __m256i lowA = _mm256_mullo_epi16(valuesA, wA), highA = _mm256_mulhi_epu16(valuesA, wA);
+                    const __m256i lowB = _mm256_mullo_epi16(valuesB, wB), highB = _mm256_mulhi_epu16(valuesB, wB);
+                    p04 = _mm256_add_epi32(p04, _mm256_unpacklo_epi16(lowA, highA));
+                    p15 = _mm256_add_epi32(p15, _mm256_unpackhi_epi16(lowA, highA));
+                    p26 = _mm256_add_epi32(p26, _mm256_unpacklo_epi16(lowB, highB));
+                    p37 = _mm256_add_epi32(p37, _mm256_unpackhi_epi16(lowB, highB));
+                }
             }
             const __m256i t0 = _mm256_unpacklo_epi32(p04, p15), t1 = _mm256_unpackhi_epi32(p04, p15);
             const __m256i t2 = _mm256_unpacklo_epi32(p26, p37), t3 = _mm256_unpackhi_epi32(p26, p37);
@@ -155,11 +189,16 @@ struct TKLinkAvx2Lanes {
         if constexpr (sizeof(S) == 1) return V(_mm256_cvtepu8_epi32(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))));
         else return V(_mm256_cvtepu16_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))));
     }
-    // Eight pixels of Channels samples each, packed: false if no wide form exists for the shape.
+    // Eight pixels of Channels samples each, `step` bytes apart: false if no wide form exists for
+    // the shape. Pixels of 4 or 8 bytes are read as words at any step (the spot colour planes of
+    // a merge link make steps longer than the pixel); 3-sample pixels only when packed.
     template <class S, int32_t Channels>
-    static bool LoadInterleaved(const uint8_t* p, V* channels) {
+    static bool LoadInterleaved(const uint8_t* p, int32_t step, V* channels) {
+        constexpr int32_t kBytes = Channels * int32_t(sizeof(S));
+        if (step != kBytes && kBytes != 4 && kBytes != 8) return false;
         if constexpr (sizeof(S) == 1 && Channels == 4) {
-            const __m256i all = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+            const __m256i all = step == kBytes ? _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))
+                                               : WordsAt<uint32_t>(p, step);
             const __m256i byte = _mm256_set1_epi32(0xFF);
             for (int32_t c = 0; c < 4; ++c) channels[c] = V(_mm256_and_si256(_mm256_srli_epi32(all, 8 * c), byte));
             return true;
@@ -182,8 +221,14 @@ struct TKLinkAvx2Lanes {
             constexpr int32_t kLastPair = Channels == 4 ? 48 : 32;
             constexpr int32_t kShift = Channels == 4 ? 0 : 4;
             auto half = [&](int32_t offset) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + offset)); };
-            const __m256i first = _mm256_set_m128i(half(2 * kPixel), half(0));
-            const __m256i second = _mm256_set_m128i(half(kLastPair), half(4 * kPixel));
+            __m256i first = _mm256_setzero_si256(), second = first;
+            if (step == kBytes) {
+                first = _mm256_set_m128i(half(2 * kPixel), half(0));
+                second = _mm256_set_m128i(half(kLastPair), half(4 * kPixel));
+            } else if constexpr (Channels == 4) {  // pixel words 0, 1 | 2, 3 and 4, 5 | 6, 7
+                first = WordsAt<uint64_t>(p, step);
+                second = WordsAt<uint64_t>(p + ptrdiff_t(4) * step, step);
+            }
             const __m256i order = _mm256_setr_epi32(0, 1, 4, 5, 2, 3, 6, 7);
             for (int32_t c = 0; c < Channels; ++c) {
                 const int8_t z = -1, a = int8_t(2 * c), b = int8_t(kPixel + 2 * c);
@@ -222,7 +267,8 @@ struct TKLinkAvx2Lanes {
         else _mm_storel_epi64(reinterpret_cast<__m128i*>(p), _mm_packus_epi16(words, words));
     }
     template <class D, int32_t Outputs>
-    static bool StoreInterleaved(uint8_t* p, const V* out) {
+    static bool StoreInterleaved(uint8_t* p, int32_t step, const V* out) {
+        if (step != Outputs * int32_t(sizeof(D))) return false;
         if constexpr (sizeof(D) == 1 && (Outputs == 3 || Outputs == 4)) {
             __m256i all = _mm256_or_si256(out[0].v, _mm256_slli_epi32(out[1].v, 8));
             all = _mm256_or_si256(all, _mm256_slli_epi32(out[2].v, 16));
@@ -263,6 +309,21 @@ struct TKLinkAvx2Lanes {
     }
 
 private:
+    // Words of 4 bytes (eight pixels) or 8 bytes (four pixels, two per 128-bit half) `step` apart.
+    template <class Word>
+    static __m256i WordsAt(const uint8_t* p, int32_t step) {
+        auto at = [&](int32_t i) {
+            Word w;
+            std::memcpy(&w, p + ptrdiff_t(i) * step, sizeof w);
+            return w;
+        };
+        if constexpr (sizeof(Word) == 4)
+            return _mm256_setr_epi32(int32_t(at(0)), int32_t(at(1)), int32_t(at(2)), int32_t(at(3)), int32_t(at(4)),
+                                     int32_t(at(5)), int32_t(at(6)), int32_t(at(7)));
+        else
+            return _mm256_setr_epi64x(int64_t(at(0)), int64_t(at(1)), int64_t(at(2)), int64_t(at(3)));
+    }
+
     static void StoreTwelve(uint8_t* p, __m128i bytes) {
         _mm_storel_epi64(reinterpret_cast<__m128i*>(p), bytes);
         const int32_t tail = _mm_extract_epi32(bytes, 2);

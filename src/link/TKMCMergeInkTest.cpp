@@ -1,11 +1,14 @@
 // The skip test of merge links. Spot planes of interleaved pixels are read as whole 64-bit words
 // under a mask that keeps only the spot samples, so the test streams through memory at the speed
 // of a copy instead of stepping sample by sample; planes of their own are a plain OR of words.
+// With AVX2 the words are read 32 bytes at a time.
 #include "link/TKMCMergeInkTest.h"
 
 #include <algorithm>
 #include <cstring>
 #include <numeric>
+
+#include "link/TKMCMergeInkTestAvx2.h"
 
 namespace {
 
@@ -13,6 +16,8 @@ namespace {
 constexpr int64_t kGroupsPerTest = 32;
 // Pixels wider than this are tested sample by sample: a masked scan would read mostly other bytes.
 constexpr int64_t kMaxMaskedPixelBytes = 64;
+// Words of a wide register: the mask is laid out over a whole number of them.
+constexpr int64_t kVectorWords = 4;
 
 uint64_t LoadWord(const uint8_t* p) {
     uint64_t w;
@@ -20,11 +25,20 @@ uint64_t LoadWord(const uint8_t* p) {
     return w;
 }
 
-// Bytes [begin, end) ORed under a mask of `period` words that repeats from `begin` on.
+// Bytes [begin, end) ORed under a mask of `period` words that repeats from `begin` on; the mask
+// holds lcm(period, kVectorWords) words.
 bool MaskedScan(const uint8_t* begin, const uint8_t* end, const uint64_t* mask, int64_t period) {
-    const int64_t words = (end - begin) / 8;
-    const int64_t groups = words / period;
     const uint8_t* p = begin;
+#if TK_LINK_HAS_AVX2
+    if (TKLinkKernelIsa() == TKLinkIsa::kAvx2) {
+        const int64_t blockWords = std::lcm(period, kVectorWords);
+        const int64_t blocks = (end - begin) / (8 * blockWords);
+        if (TKMaskedScanAvx2(begin, blocks, mask, int32_t(blockWords / kVectorWords))) return true;
+        p += blocks * 8 * blockWords;  // a whole number of periods: the mask starts again
+    }
+#endif
+    const int64_t words = (end - p) / 8;
+    const int64_t groups = words / period;
     uint64_t any = 0;
     for (int64_t g = 0; g < groups; ++g, p += 8 * period) {
         for (int64_t k = 0; k < period; ++k) any |= LoadWord(p + 8 * k) & mask[k];
@@ -72,13 +86,14 @@ bool HaveInk(int32_t count, const Sample* const* planes, const int32_t* strides,
 
     // The mask repeats where pixel and word boundaries meet again.
     const int64_t period = pixelBytes / std::gcd(pixelBytes, int64_t(8));
-    uint64_t mask[kMaxMaskedPixelBytes] = {};
+    uint64_t mask[kMaxMaskedPixelBytes * kVectorWords] = {};
     auto* maskBytes = reinterpret_cast<uint8_t*>(mask);
     for (int64_t b = 0; b < period * 8; b += pixelBytes)
         for (int32_t c = 0; c < channels; ++c) {
             const int64_t at = b + (reinterpret_cast<const uint8_t*>(planes[c]) - low);
             std::memset(maskBytes + at, 0xFF, sizeof(Sample));
         }
+    for (int64_t w = period; w < std::lcm(period, kVectorWords); ++w) mask[w] = mask[w - period];
     const uint8_t* end = high + sizeof(Sample) + (int64_t(count) - 1) * pixelBytes;
     return MaskedScan(low, end, mask, period);
 }

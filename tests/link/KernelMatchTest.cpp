@@ -2,15 +2,15 @@
 // on every instruction set the processor runs: every kernel that can run on a link, 1 to 8 input
 // channels, grids 2 to 65, with and without curves, 8, 16 and 8-to-16 bits, interleaved and
 // planar pixels, lazy and complete links, runs of equal pixels, long interleaved calls through the
-// dispatch, odd layouts and threads on a lazy link; plus the hand-checked edge values of the cell
-// arithmetic and the exactness of the divided cells' reciprocal.
+// dispatch and odd layouts; plus the hand-checked edge values of the cell arithmetic and the
+// exactness of the divided cells' reciprocal. (Threads on a lazy link: LinkGenericTrafoTest.)
 #include <atomic>
 #include <random>
-#include <thread>
 #include <vector>
 
 #include "foundation/TKProgress.h"
 #include "link/LinkReference.h"
+#include "link/PerIsaTest.h"
 #include "link/TKLinkKernelIsa.h"
 #include "link/TKLinkKernelMath.h"
 #include "link/TKLinkKernels.h"
@@ -18,14 +18,8 @@
 
 namespace {
 
-// Each test of the suite runs once per instruction set available, with the kernels forced onto it.
-class KernelMatch : public ::testing::TestWithParam<TKLinkIsa> {
-protected:
-    void SetUp() override { TKLinkForceKernelIsa(GetParam()); }
-    void TearDown() override { TKLinkReleaseKernelIsa(); }
-};
-INSTANTIATE_TEST_SUITE_P(Isa, KernelMatch, ::testing::ValuesIn(TKLinkAvailableIsas()),
-                         [](const ::testing::TestParamInfo<TKLinkIsa>& info) { return TKLinkIsaName(info.param); });
+class KernelMatch : public PerIsaTest {};
+TK_INSTANTIATE_PER_ISA(KernelMatch);
 
 // Node values from a hash of the node's position: every index error shows. Some nodes are
 // pinned at 0 and 0xFFFF so that full-scale sums are exercised. Curves are non-linear.
@@ -298,8 +292,9 @@ TEST_P(KernelMatch, DispatchedMatchEqualsReference) {
                         ASSERT_EQ(got, expected[o])
                             << Describe(lc) << Describe(layout) << " " << row->name << " pixel " << i << " output " << o;
                     }
-                    if (layout == Layout::kPadded)
+                    if (layout == Layout::kPadded) {
                         ASSERT_EQ(b[1] == 8 ? out8.Pad(i) : b[0] == 8 ? out8to16.Pad(i) : out16.Pad(i), 0xA5u) << i;
+                    }
                 }
             }
         }
@@ -462,3 +457,53 @@ TEST(KernelRules, CellDivisionByReciprocalIsExact) {
 }
 
 }  // namespace
+
+namespace {
+
+// A layout of interleaved 8-bit pixels in one shared arena: where source and destination start,
+// their byte steps, and the pixel count.
+struct OddLayout {
+    const char* what;
+    int32_t srcAt, srcStep, dstAt, dstStep, count;
+};
+
+// Runs Match8 on a copy of `arena` with the kernels on `isa`; returns the arena afterwards.
+std::vector<uint8_t> MatchInArena(TKLinkGeneric& link, std::vector<uint8_t> arena, const OddLayout& l, TKLinkIsa isa) {
+    TKLinkForceKernelIsa(isa);
+    const uint8_t* src[16];
+    uint8_t* dst[36];
+    int32_t srcSteps[16], dstSteps[36];
+    for (int32_t c = 0; c < link.GetSrcDim(); ++c) src[c] = arena.data() + l.srcAt + c, srcSteps[c] = l.srcStep;
+    for (int32_t o = 0; o < link.GetDstDim(); ++o) dst[o] = arena.data() + l.dstAt + o, dstSteps[o] = l.dstStep;
+    link.Match8(l.count, src, dst, srcSteps, dstSteps, nullptr);
+    return arena;
+}
+
+}  // namespace
+
+// Layouts a careful host doesn't make, but may: the same bytes on every instruction set as
+// pixel by pixel, and no read or write past the arena (the ASan build checks that).
+TEST_P(KernelMatch, OddLayoutsGiveTheBytesOfTheScalarKernels) {
+    const OddLayout layouts[] = {
+        {"unaligned packed", 1, 4, 4003, 4, 999},
+        {"in place", 0, 4, 0, 4, 1000},
+        {"destination one pixel after the source", 0, 4, 4, 4, 999},
+        {"destination one pixel before the source", 4, 4, 0, 4, 999},
+        {"destination step smaller than a pixel", 0, 4, 5000, 2, 999},
+        {"destination step 0", 0, 4, 5000, 0, 333},
+        {"source step 0", 7, 0, 5000, 4, 333},
+        {"source step smaller than a pixel", 1, 1, 5000, 4, 777},
+        {"steps backwards", 3996, -4, 8996, -4, 1000},
+        {"no pixels", 0, 4, 5000, 4, 0},
+        {"negative count", 0, 4, 5000, 4, -8},
+    };
+    std::mt19937 rng(3);
+    std::vector<uint8_t> arena(9000);
+    for (auto& byte : arena) byte = uint8_t(rng());
+    for (const LinkCase& lc : {LinkCase{4, 4, 17, false, false}, LinkCase{3, 3, 11, true, false}}) {
+        auto link = MakeLink(lc, false);
+        for (const OddLayout& l : layouts)
+            EXPECT_EQ(MatchInArena(*link, arena, l, GetParam()), MatchInArena(*link, arena, l, TKLinkIsa::kScalar))
+                << Describe(lc) << " " << l.what;
+    }
+}

@@ -7,6 +7,7 @@
 #include "color/TKColorTrafo.h"
 #include "color/TKColors.h"
 #include "io/TKGlobalData.h"
+#include "link/PerIsaTest.h"
 #include "link/ReferenceLinkTrafo.h"
 #include "link/TKLinkGridChoice.h"
 #include "link/TKLinkStages.h"
@@ -397,7 +398,11 @@ TEST(LinkKernels, TheDispatchedKernelsAgreeWithTheReference) {
     }
 }
 
-TEST(LinkKernels, StripsOfALazyLinkOnSeveralThreadsMatchAnEagerLink) {
+class LazyLinkThreads : public PerIsaTest {};
+TK_INSTANTIATE_PER_ISA(LazyLinkThreads);
+
+// A lazy link fills each node once, under its own rule, whichever kernel meets it first.
+TEST_P(LazyLinkThreads, StripsOnSeveralThreadsMatchAnEagerLink) {
     TKRefPtr<TKLinkGenericTrafo> lazy = TKMakeRef<TKLinkGenericTrafo>();
     TKRefPtr<TKLinkGenericTrafo> eager = TKMakeRef<TKLinkGenericTrafo>();
     lazy->CalcFromTrafo(Chain({new RGBGamma(1.8), new RGBMix, new Complement}).Get(), 9, 1, nullptr);

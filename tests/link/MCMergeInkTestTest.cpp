@@ -1,8 +1,9 @@
 // The skip test of merge links on every layout a host gives: planes of their own, interleaved
 // pixels with pads, other strides, one inked sample anywhere, and ink only outside the tested
-// samples, against the obvious sample-by-sample answer.
+// samples, against the obvious sample-by-sample answer, on every instruction set.
 #include <vector>
 
+#include "link/PerIsaTest.h"
 #include "link/TKMCMergeInkTest.h"
 #include "support/TestSupport.h"
 
@@ -57,9 +58,12 @@ const Layout kLayouts[] = {
     {"planar with a step", 0, {4, 5, 6}, 3},
 };
 
+class MCMergeInkTest : public PerIsaTest {};
+TK_INSTANTIATE_PER_ISA(MCMergeInkTest);
+
 }  // namespace
 
-TEST(MCMergeInkTest, EveryLayoutFindsEveryInkedSampleAndNothingElse) {
+TEST_P(MCMergeInkTest, EveryLayoutFindsEveryInkedSampleAndNothingElse) {
     for (const Layout& layout : kLayouts) {
         CheckLayout<uint8_t>(layout);
         CheckLayout<uint16_t>(layout);
