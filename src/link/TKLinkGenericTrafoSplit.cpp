@@ -41,6 +41,14 @@ int32_t TypeBefore(const TKTrafoList& list, int32_t index, int32_t srcType) {
     return srcType;
 }
 
+// A conversion between stage types, and whether curves can carry it: a change such as Lab to XYZ
+// mixes the channels, which curves sampled along the neutral axis cannot follow.
+TKRefPtr<TKTrafo> StageConversion(int32_t from, int32_t to, bool& separable) {
+    TKRefPtr<TKTrafo> conversion = NewStageConversion(from, to);
+    separable = IsCurveStage(*conversion, GetTypeChannels(from), from);
+    return conversion;
+}
+
 // A member that hands each colour aside to a later member binds the chain: split into curves
 // and grid, the later member would see the colours the curves were sampled with instead.
 bool HandsColoursAside(const TKTrafoList& list) {
@@ -108,17 +116,25 @@ void TKLinkGenericTrafo::SplitTrafo(TKTrafo* trafo, TKTrafoList& front, TKTrafoL
     } else {
         middle.AppendList(*work, true);
     }
-    // 4. Neighbouring stages must agree on the colour type. The conversions go into the grid: a
-    // change of type such as Lab to XYZ mixes the channels, which curves cannot follow.
+    // 4. Neighbouring stages must agree on the colour type; a conversion joins the curves beside
+    // it only where they can carry it.
+    bool separable = false;
     const int32_t middleIn = middle.GetSrcType();
-    if (front.GetCount() && frontOut && middleIn && frontOut != middleIn)
-        middle.Prepend(NewStageConversion(frontOut, middleIn).Get(), false);
+    if (front.GetCount() && frontOut && middleIn && frontOut != middleIn) {
+        const TKRefPtr<TKTrafo> conversion = StageConversion(frontOut, middleIn, separable);
+        separable ? front.Append(conversion.Get(), false) : middle.Prepend(conversion.Get(), false);
+    }
     const int32_t middleOut = ListDstType(middle, middle.GetSrcType() ? middle.GetSrcType() : frontOut);
     const int32_t backIn = back.GetSrcType();
-    if (back.GetCount() && middleOut && backIn && middleOut != backIn)
-        middle.Append(NewStageConversion(middleOut, backIn).Get(), false);
+    if (back.GetCount() && middleOut && backIn && middleOut != backIn) {
+        const TKRefPtr<TKTrafo> conversion = StageConversion(middleOut, backIn, separable);
+        separable ? back.Prepend(conversion.Get(), false) : middle.Append(conversion.Get(), false);
+    }
     const int32_t lastOut = back.GetCount() ? ListDstType(back, backIn ? backIn : middleOut) : middleOut;
-    if (lastOut && dstType && lastOut != dstType) back.Append(NewStageConversion(lastOut, dstType).Get(), false);
+    if (lastOut && dstType && lastOut != dstType) {
+        const TKRefPtr<TKTrafo> conversion = StageConversion(lastOut, dstType, separable);
+        separable || back.GetCount() ? back.Append(conversion.Get(), false) : middle.Append(conversion.Get(), false);
+    }
 
     // 5. XYZ encoding: the grid sees XYZ through gamma curves that put the white at 0.875 of each
     // axis, so its nodes are spent on colours rather than on the unused top of the XYZ range.
