@@ -109,12 +109,13 @@ TEST_F(SeparationTest, BlackCurveFixedPoints) {
         EXPECT_LT(base.CMYKOfBlack(base.SeparateWithBlack(cmy, base.CalcFullBlack(cmy))).MaxDistance(cmy), 1e-9);
     // The least black that keeps the inks in range: with it the colour round-trips, with one
     // percent less an ink is clipped and the colour is lost.
-    for (const TKVector& cmy : {Cmy(50, 98, 99.5), Cmy(30, 90, 99)}) {
-        const double k = full->CalcMaxBlack(cmy);
-        ASSERT_LT(k, full->CalcFullBlack(cmy) - 1.0) << cmy.ToText();  // not the trivial bound
-        EXPECT_LT(full->CMYKOfBlack(full->SeparateWithBlack(cmy, k)).MaxDistance(cmy), 1e-6) << cmy.ToText();
-        EXPECT_GT(full->CMYKOfBlack(full->SeparateWithBlack(cmy, k - 1.0)).MaxDistance(cmy), 1e-3) << cmy.ToText();
-    }
+    for (const TKColorSeparationBase* s : {static_cast<const TKColorSeparationBase*>(full.Get()), static_cast<const TKColorSeparationBase*>(&base)})
+        for (const TKVector& cmy : {Cmy(50, 98, 99.5), Cmy(30, 90, 99)}) {
+            const double k = s->CalcMaxBlack(cmy);
+            ASSERT_LT(k, s->CalcFullBlack(cmy) - 1.0) << cmy.ToText();  // not the trivial bound
+            EXPECT_LT(s->CMYKOfBlack(s->SeparateWithBlack(cmy, k)).MaxDistance(cmy), 1e-6) << cmy.ToText();
+            EXPECT_GT(s->CMYKOfBlack(s->SeparateWithBlack(cmy, k - 1.0)).MaxDistance(cmy), 1e-3) << cmy.ToText();
+        }
     // The preferred black lies between the least and the most the colour allows.
     auto prefer = Make("PreferK", 50.0);
     EXPECT_NEAR(prefer->CalcBlack(Cmy(80, 80, 80)), 50.0, 1e-9);
