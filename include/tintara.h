@@ -9,10 +9,11 @@
  * Threads and one link handle: the match functions, TKDoTrafo, TKGetTrafo*, TKSaveLink* and
  * TKSaveLink*ToMemory may run on any number of threads at once (a lazy link computes its missing
  * nodes under its own lock). TKColorTrafo2Link*, TKLoadLink* and TKLoad*FromMemory rebuild the
- * link: called while another call on the link runs, they return ThreadError (67) and leave it
+ * link, and TKDLProfiles2MCLink* a merge link (whose matches hold its member links as well):
+ * called while another call on the link runs, they return ThreadError (67) and leave it
  * as it is, and a match, TKDoTrafo or save called during a rebuild returns 67 as well: nothing
  * waits, so a host that re-bakes a shared link retries or serialises those calls itself. The
- * TKGetTrafo* queries are not checked: during a rebuild they may answer the old or the new link.
+ * TKGetTrafo* queries answer 0 during a rebuild, as for no trafo.
  * TKFreeTKLink*Ref must come after every other call on the handle has returned, and a link
  * used inside another trafo (TKConcatenateTrafos) is not checked through that trafo.
  * Other handles (trafos, profiles, file specs) are for one thread at a time, except that
@@ -248,6 +249,8 @@ TK_API TKTrafoRef TKNewCustomTrafoRef(int32_t srcDim, int32_t dstDim, uint32_t s
  *               rendering, 0 relative .. 1 absolute (default 0.5).
  *   "CustomRendering1ScaleLuminance" factor: intent 21 scales the white's luminance (default 1).
  *   "DensityMode" "Status-A", "Status-E", "Status-I", "Status-T", "Status-M" or "Maximum-Density".
+ * A value that is not of the form given (a number out of its range, a colour of other than
+ * three values, an unknown method name) gives 3 and keeps the option as it was.
  * Safe from any thread; a change applies to trafos built afterwards. */
 TK_API TKICCProfile* TKNewICCProfileRef(void);
 TK_API void       TKFreeICCProfileRef(TKICCProfile* profile);

@@ -27,11 +27,14 @@ seed() {
   for file in "$@"; do [ -f "$file" ] && cp -n "$file" "$build/corpus/$target/" || true; done
   if [ -d "fuzz/seeds/$target" ]; then cp -n fuzz/seeds/"$target"/* "$build/corpus/$target/"; fi
 }
-profiles=(tests/data/icc/*.icc tests/data/tools/*.icc tests/data/icc/fuzz-regressions/*)
+profiles=(tests/data/icc/*.icc tests/data/tools/*.icc tests/data/io/*.icc tests/data/concat/*.icc
+  tests/data/icc-trafo/*.icc tests/data/icc/fuzz-regressions/*)
 for target in $targets; do
   case $target in
     fuzz_profile | fuzz_profile_trafo | fuzz_host_info) seed "$target" "${profiles[@]}" ;;
     fuzz_link) seed "$target" tests/data/link/* tests/data/tools/*.lnk ;;
+    fuzz_cgats) seed "$target" tests/data/charts/*.{ti1,ti2,ti3,cie,sp,cal} tests/data/charts-fuzz/* ;;
+    fuzz_cxf) seed "$target" tests/data/charts/*.cxf ;;
     fuzz_concat)
       # Two bytes of split (the first profile's length), one of intents, then both profiles.
       seed "$target"
@@ -51,10 +54,13 @@ run() {
   local target=$1 log="$build/artifacts/$1/fuzz.log" extra=()
   mkdir -p "$build/artifacts/$target"
   # Trafo building is slow on large profiles: inputs stay below the size of the largest link.
-  case $target in fuzz_profile_trafo | fuzz_concat) extra=(-max_len=80000) ;; esac
+  case $target in
+    fuzz_profile_trafo | fuzz_concat) extra=(-max_len=80000) ;;
+    fuzz_host_merge_link) extra=(-max_len=160000) ;; # two members of a few thousand nodes each
+  esac
   ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
     /usr/bin/time -o "$build/artifacts/$target/cpu" -f '%U %S' \
-    nice "$build/fuzz/$target" -max_total_time="$seconds" -rss_limit_mb=2560 -timeout=30 -print_final_stats=1 \
+    nice "$build/fuzz/$target" -max_total_time="$seconds" -rss_limit_mb=2048 -timeout=30 -print_final_stats=1 \
     "${extra[@]}" -artifact_prefix="$build/artifacts/$target/" "$build/corpus/$target" >"$log" 2>&1 || true
   local runs crashes cpu
   runs=$(grep -o 'stat::number_of_executed_units: *[0-9]*' "$log" | grep -o '[0-9]*$' || echo "?")

@@ -2,7 +2,6 @@
 // memory, and match interleaved or planar pixels with a host's progress callback.
 #include <climits>
 #include <cstring>
-#include <optional>
 
 #include "exported/TKExport.h"
 #include "exported/TintaraMCLink.h"
@@ -12,6 +11,7 @@
 #include "io/TKFileSpec.h"
 #include "link/TKLinkGenericTrafo.h"
 #include "link/TKLinkGridChoice.h"
+#include "link/TKLinkUse.h"
 #include "link/TKMCMergeLinkGenericTrafo.h"
 #include "tintara.h"
 
@@ -31,14 +31,10 @@ int32_t LinkBusy() {
     });
 }
 
-// One match call's hold on a plain link: the call counts as a use, so that no bake or load
-// overlaps it. Merge links are built once and never rebuilt under a match.
-struct MatchHold {
-    explicit MatchHold(TKLinkRef ref) {
-        if (TKLinkGenericTrafo* plain = HeldLink(ref)) use.emplace(plain->UseGate());
-    }
-    bool Busy() const { return use && !*use; }
-    std::optional<TKUseGate::Use> use;
+// One match call's hold on a link, or on a merge link and its members: the call counts as a use,
+// so that no bake, load or refill overlaps it.
+struct MatchHold : TKLinkUse {
+    explicit MatchHold(TKLinkRef ref) : TKLinkUse(RefObjectAs<TKTrafo>(ref, "TKTrafo")) {}
 };
 
 // The trafo the match functions push pixels through: a ready link, or a ready merge link of links.

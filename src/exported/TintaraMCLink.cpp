@@ -50,6 +50,9 @@ void FillMergeLink(TKMCMergeLinkGenericTrafo& merge, int32_t count, TKTrafoRef* 
             TKTrafoRef ref = trafoRefs[i];
             if (!ref) continue;
             if (auto* link = RefObjectAs<TKLinkGenericTrafo>(ref, "TKLinkGenericTrafo")) {
+                // A host's link is read as a member only while no other call rebuilds it.
+                const TKUseGate::Use use(link->UseGate());
+                if (!use) TKThrowMsg(ThreadError, "a member link is being rebuilt by another call");
                 merge.AddMember(link, false);
                 continue;
             }
@@ -78,7 +81,9 @@ int32_t TKTrafos2MCLink(TKLinkRef link, int32_t count, TKTrafoRef* trafoRefs, co
     if (gridBits)
         for (int32_t i = 0; i < count; ++i)
             if (trafoRefs[i] && (gridBits[i] > kTKMaxGridBits || gridBits[i] < kMinGridBits)) return TK_ARG_ERROR();
+    const TKUseGate::Rebuild rebuild(merge->UseGate());
     return TKGuardCode([&] {
+        if (!rebuild) TKThrowMsg(ThreadError, "the merge link is being used or filled by another call");
         FillMergeLink(*merge, count, trafoRefs, gridBits);
         return int32_t(NoErr);
     });

@@ -1,10 +1,9 @@
 // The trafo family of exports: create, concatenate, query and evaluate trafos through
 // reference handles.
-#include <optional>
 
 #include "exported/TKExport.h"
 #include "foundation/TKHandle.h"
-#include "link/TKLinkGenericTrafo.h"
+#include "link/TKLinkUse.h"
 #include "numeric/TKTrafoList.h"
 #include "tintara.h"
 
@@ -17,11 +16,14 @@ TKTrafo* HeldTrafo(TKTrafoRef ref) { return RefObjectAs<TKTrafo>(ref, "TKTrafo")
 
 // A query of a held trafo: 0 for no trafo, and 0 too when the trafo cannot answer (a merge
 // link whose members were re-baked to other shapes throws), since nothing may leave the C boundary.
+// A link being rebuilt on another thread answers 0 as well: its shape is being rewritten.
 template <class Query>
 auto AskTrafo(TKTrafoRef ref, Query&& query) noexcept -> decltype(query(*HeldTrafo(ref))) {
     try {
         TKTrafo* trafo = HeldTrafo(ref);
-        return trafo ? query(*trafo) : 0;
+        if (!trafo) return 0;
+        const TKLinkUse use(trafo);
+        return use.Busy() ? 0 : query(*trafo);
     } catch (...) {
         return 0;
     }
@@ -74,11 +76,10 @@ uint32_t TKGetTrafoDstType(TKTrafoRef ref) {
 int32_t TKDoTrafo(TKTrafoRef ref, const double* src, double* dst) {
     TKTrafo* trafo = HeldTrafo(ref);
     if (!trafo || !src || !dst) return TK_ARG_ERROR();
-    // A link counts the evaluation as a use, so that it never overlaps a bake or a load.
-    std::optional<TKUseGate::Use> use;
-    if (auto* link = TKCast<TKLinkGenericTrafo>(trafo, "TKLinkGenericTrafo")) use.emplace(link->UseGate());
+    // A link counts the evaluation as a use, so that it never overlaps a bake, a load or a refill.
+    const TKLinkUse use(trafo);
     return TKGuardCode([&] {
-        if (use && !*use) TKThrowMsg(ThreadError, "the link is being rebuilt by another call");
+        if (use.Busy()) TKThrowMsg(ThreadError, "the link is being rebuilt by another call");
         int32_t srcDim = trafo->GetSrcDim();
         TKVector colour;
         colour.SetFromArray(srcDim, src);

@@ -30,6 +30,9 @@ public:
 
     State GetState() const { return fState; }
     void SetState(State state) { fState = state; }
+    // The gate of the calls of a host: matching uses the merge link, filling its members anew
+    // rebuilds it, and the two never overlap.
+    TKUseGate& UseGate() const { return fUseGate; }
     // Ready, with at least one member, and every member's tables in place: what the match
     // functions ask before they hand pixels over.
     bool CanMatch() const;
@@ -42,4 +45,5 @@ public:
 private:
     std::vector<TKRefPtr<TKLinkGenericTrafo>> fMembers;
     State fState = kEmpty;
+    mutable TKUseGate fUseGate;
 };

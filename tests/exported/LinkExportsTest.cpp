@@ -195,7 +195,7 @@ int32_t RebuildWhileMatching(int32_t, int32_t, void* userData) {
 TEST_F(LinkExports, RebuildingALinkInUseIsRefused) {
     Handles h;
     ASSERT_EQ(TKColorTrafo2Link16(h.link, h.trafo, 4), 0);
-    Intruder intruder{h.link, h.trafo};
+    Intruder intruder{h.link, h.trafo, {}, {}};
     uint32_t length = 0;
     ASSERT_EQ(TKSaveLink16ToMemory(h.link, nullptr, 0, &length), 0);
     intruder.saved.resize(length);
@@ -222,7 +222,8 @@ public:
             uint32_t length = 0;
             fIntruder.codes = {TKLink16Match(fIntruder.link, 1, pixel, out, 0, 0, nullptr, nullptr),
                                TKDoTrafo(fIntruder.link, source, colour),
-                               TKSaveLink16ToMemory(fIntruder.link, nullptr, 0, &length)};
+                               TKSaveLink16ToMemory(fIntruder.link, nullptr, 0, &length),
+                               TKGetTrafoSrcDim(fIntruder.link), int32_t(TKGetTrafoDstType(fIntruder.link))};
         }
         return RGBToCMYK::Trafo(v);
     }
@@ -234,10 +235,12 @@ private:
 TEST_F(LinkExports, UsingALinkBeingBakedIsRefused) {
     Handles h;
     ASSERT_EQ(TKColorTrafo2Link16(h.link, h.trafo, 2), 0);  // a usable link before the bake
-    Intruder intruder{h.link};
+    Intruder intruder{h.link, nullptr, {}, {}};
     TKTrafoRef intruding = NewRef(new MatchWhileBaking(intruder), true);
     EXPECT_EQ(TKColorTrafo2Link16(h.link, intruding, 3), 0);
-    EXPECT_EQ(intruder.codes, (std::vector<int32_t>{ThreadError, ThreadError, ThreadError}));
+    // Queries answer 0 ("no trafo") while the shape is being rewritten.
+    EXPECT_EQ(intruder.codes, (std::vector<int32_t>{ThreadError, ThreadError, ThreadError, 0, 0}));
+    EXPECT_EQ(TKGetTrafoSrcDim(h.link), 3);
     uint16_t pixel[3] = {0, 0, 0}, out[4];
     EXPECT_EQ(TKLink16Match(h.link, 1, pixel, out, 0, 0, nullptr, nullptr), 0);
     TKFreeTKTrafoRef(intruding);

@@ -269,6 +269,20 @@ int32_t Record(int32_t position, int32_t total, void* userData) {
     return reports->answer;
 }
 
+// Press and orange as trafo handles, orange also baked into a link handle that the merge link
+// shares: the members {press, none, shared link}.
+struct SharedMemberJob {
+    SharedMemberJob() { baked = TKColorTrafo2Link16(shared, orangeRef, 1) == 0; }
+    ~SharedMemberJob() {
+        for (TKTrafoRef ref : {pressRef, orangeRef, shared}) FreeRef(ref);
+    }
+    TKRefPtr<TKTrafo> press{new PressCMYK, true}, orange{new SpotOverCMYK(OrangeRecipe()), true};
+    TKTrafoRef pressRef = NewRef(press.Get(), false), orangeRef = NewRef(orange.Get(), false);
+    TKLinkRef shared = TKNewTKLink16Ref();
+    TKTrafoRef members[3] = {pressRef, nullptr, shared};
+    bool baked = false;
+};
+
 }  // namespace
 
 // Long runs report progress through the host's callback, with spots and without; a callback that
@@ -304,12 +318,11 @@ TEST_F(MCLinkExports, ProgressAndCancelReachTheHost) {
 // Trafos are baked, links shared (null handles skipped); a shared member calculated anew into
 // other channels makes the merge link refuse pixels.
 TEST_F(MCLinkExports, TrafosAreBakedLinksSharedAndWatched) {
-    TKRefPtr<TKTrafo> press(new PressCMYK, true), orange(new SpotOverCMYK(OrangeRecipe()), true);
-    TKLinkRef shared = TKNewTKLink16Ref();
-    TKTrafoRef pressRef = NewRef(press.Get(), false), orangeRef = NewRef(orange.Get(), false);
-    ASSERT_EQ(TKColorTrafo2Link16(shared, orangeRef, 1), 0);
+    SharedMemberJob job;
+    ASSERT_TRUE(job.baked);
+    TKLinkRef shared = job.shared;
+    TKTrafoRef pressRef = job.pressRef, *members = job.members;
     MCLink link;
-    TKTrafoRef members[3] = {pressRef, nullptr, shared};
     EXPECT_EQ(TKTrafos2MCLink(link.ref, 3, nullptr, nullptr), ArgErr);
     ASSERT_EQ(TKTrafos2MCLink(link.ref, 3, members, nullptr), 0);
     EXPECT_EQ(link.Object()->GetLink(1), RefObjectAs<TKLinkGenericTrafo>(shared, "TKLinkGenericTrafo"));
@@ -324,5 +337,69 @@ TEST_F(MCLinkExports, TrafosAreBakedLinksSharedAndWatched) {
     EXPECT_EQ(TKLink16Match(link.ref, 1, pixel, out, 0, 0, nullptr, nullptr), ArgErr);
     // The query answers 0 instead of letting the chain's complaint out through the C boundary.
     EXPECT_EQ(TKGetTrafoSrcDim(link.ref), 0);
-    for (TKTrafoRef ref : {pressRef, orangeRef, rgbRef, shared}) FreeRef(ref);
+    FreeRef(rgbRef);
+}
+
+// Calls made from inside a running call on the same merge link or its shared member: what
+// another thread would meet. Nothing waits; the later call is refused with ThreadError.
+struct MergeIntruder {
+    TKLinkRef merge = nullptr;
+    TKLinkRef shared = nullptr;
+    TKTrafoRef* members = nullptr;
+    TKTrafoRef orange = nullptr;
+    std::vector<int32_t> codes;
+};
+
+int32_t RefillWhileMatching(int32_t, int32_t, void* userData) {
+    auto* in = static_cast<MergeIntruder*>(userData);
+    if (!in->codes.empty()) return 0;
+    uint16_t pixel[5] = {1, 2, 3, 4, 5}, out[4];
+    in->codes = {TKTrafos2MCLink(in->merge, 3, in->members, nullptr), TKColorTrafo2Link16(in->shared, in->orange, 1),
+                 TKLink16Match(in->merge, 1, pixel, out, 0, 0, nullptr, nullptr), TKGetTrafoSrcDim(in->merge)};
+    return 0;
+}
+
+// A member trafo that, while the merge link is being filled, tries to use it.
+class MatchWhileFilling : public PressCMYK {
+public:
+    explicit MatchWhileFilling(MergeIntruder& intruder) : fIntruder(intruder) {}
+    TKVector Trafo(const TKVector& v) const override {
+        if (fIntruder.codes.empty()) {
+            uint16_t pixel[5] = {1, 2, 3, 4, 5}, out[4];
+            double colour[4], source[5] = {1, 2, 3, 4, 5};
+            fIntruder.codes = {TKLink16Match(fIntruder.merge, 1, pixel, out, 0, 0, nullptr, nullptr),
+                               TKDoTrafo(fIntruder.merge, source, colour), TKGetTrafoSrcDim(fIntruder.merge)};
+        }
+        return PressCMYK::Trafo(v);
+    }
+
+private:
+    MergeIntruder& fIntruder;
+};
+
+TEST_F(MCLinkExports, RefillingOrRebakingUnderAMatchIsRefused) {
+    SharedMemberJob job;
+    ASSERT_TRUE(job.baked);
+    TKLinkRef shared = job.shared;
+    TKTrafoRef orangeRef = job.orangeRef, *members = job.members;
+    MCLink link;
+    ASSERT_EQ(TKTrafos2MCLink(link.ref, 3, members, nullptr), 0);
+    MergeIntruder intruder{link.ref, shared, members, orangeRef, {}};
+    const int32_t count = 200000;  // long enough for a progress report
+    std::vector<uint16_t> src(size_t(count) * 5, 0x3000), quiet(size_t(count) * 4), busy(quiet.size());
+    ASSERT_EQ(TKLink16Match(link.ref, count, src.data(), quiet.data(), 0, 0, nullptr, nullptr), 0);
+    ASSERT_EQ(TKLink16Match(link.ref, count, src.data(), busy.data(), 0, 0, RefillWhileMatching, &intruder), 0);
+    // Refilling the merge link and re-baking its shared member are refused; uses run beside the match.
+    EXPECT_EQ(intruder.codes, (std::vector<int32_t>{ThreadError, ThreadError, 0, 5}));
+    EXPECT_EQ(quiet, busy);
+
+    // While the merge link is filled, matching, evaluating and asking it are refused or answer 0.
+    MergeIntruder filling{link.ref, shared, members, orangeRef, {}};
+    TKTrafoRef intruding = NewRef(new MatchWhileFilling(filling), true);
+    TKTrafoRef refill[2] = {intruding, shared};
+    const int32_t bits[2] = {1, 1};
+    EXPECT_EQ(TKTrafos2MCLink(link.ref, 2, refill, bits), 0);
+    EXPECT_EQ(filling.codes, (std::vector<int32_t>{ThreadError, ThreadError, 0}));
+    EXPECT_EQ(TKGetTrafoSrcDim(link.ref), 5);
+    FreeRef(intruding);
 }

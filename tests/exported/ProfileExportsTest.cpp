@@ -250,6 +250,24 @@ TEST_F(ProfileExportsTest, GlobalOptions) {
     EXPECT_EQ(TKTintaraSetOption("CustomRendering1MergeAbsoluteRelative", "0.25"), 0);
     EXPECT_EQ(TKGlobalData::GetInt("CustomIntent0/mode", -1), 0);
     EXPECT_DOUBLE_EQ(TKGlobalData::GetDouble("CustomIntent0/factor"), 0.25);
+    // Malformed values are refused where they are set and leave the option as it was.
+    const struct {
+        const char* key;
+        const char* value;
+    } refused[] = {{"OOGColor", "0 255"}, {"OOGColor", "0 255 0 7"}, {"OOGColor", "0 256 0"}, {"OOGColor", "red"},
+                   {"OOGLimit", "-1"}, {"OOGLimit", "nan"}, {"OOGLimit", "3.5x"}, {"OOGMethod", "dE3000"},
+                   {"CustomRendering1MergeAbsoluteRelative", "1.5"}, {"CustomRendering1ScaleLuminance", "0"},
+                   {"CustomRendering1ScaleLuminance", "inf"}, {"CustomRendering1ScaleLuminance", ""}};
+    for (const auto& bad : refused) {
+        SCOPED_TRACE(std::string(bad.key) + "=" + bad.value);
+        EXPECT_EQ(TKTintaraSetOption(bad.key, bad.value), 3);
+        EXPECT_NE(std::string(TKError::LastError().Describe()).find(bad.key), std::string::npos);
+    }
+    EXPECT_STREQ(TKGlobalData::GetString("OOGColor").CString(), "0 255 0");
+    EXPECT_DOUBLE_EQ(TKGlobalData::GetDouble("OOGLimit"), 3.5);
+    EXPECT_DOUBLE_EQ(TKGlobalData::GetDouble("CustomIntent0/factor"), 0.25);
+    EXPECT_EQ(TKTintaraSetOption("OOGMethod", "dE00"), 0);
+    EXPECT_EQ(TKTintaraSetOption("OOGColor", " 10 20,5 30 "), 0);
     EXPECT_STREQ(TKGetDensityModeName(5), "Maximum-Density");
     EXPECT_STREQ(TKGetDensityModeName(6), "Unknown");
     EXPECT_STREQ(TKGetDensityModeName(-1), "Unknown");
