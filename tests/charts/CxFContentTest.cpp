@@ -39,6 +39,9 @@ TEST(CxFContent, EveryKindOfColourValue) {
          TKColorSig("5CLR"), {1, 2, 3, 4, 5}},
         {"<ColorCustom><CustomColorSpace>Yxy</CustomColorSpace><C1>20</C1><C2>0.3</C2><C3>0.31</C3></ColorCustom>", TKYxySpace,
          {20, 0.3, 0.31}},
+        // A named space whose channel count disagrees with the values is not taken for them.
+        {"<ColorCustom><CustomColorSpace>RGB</CustomColorSpace><C1>1</C1><C2>2</C2><C3>3</C3><C4>4</C4></ColorCustom>",
+         TKColorSig("4CLR"), {1, 2, 3, 4}},
         {"<ColorRecipe><Base>70</Base><Red>30</Red></ColorRecipe>", TK2CLRSpace, {70, 30}},
         {"<TransmittanceSpectrum StartWL=\"380\">0.5</TransmittanceSpectrum>", TKTranSpace, std::vector<double>(36, 0.5)},
     };

@@ -366,6 +366,10 @@ TEST(IT8Writer, AwkwardTextsRoundTrip) {
     EXPECT_STREQ(ReadChart(cases[4].text)->Name(0).CString(), "two\nlines");
     EXPECT_EQ(ReadChart(cases[8].text)->Table(0).ColorTypes().size(), 0u);
     EXPECT_EQ(ReadChart(cases[8].text)->Table(0).Count(), 1);
+    // A text table without rows keeps its columns.
+    auto emptyTable = ReadChart("CTI3\n" + fields + data + "BEGIN_DATA_FORMAT\nA B\nEND_DATA_FORMAT\nBEGIN_DATA\nEND_DATA\n");
+    EXPECT_EQ(emptyTable->Table(0).Count(), 0);
+    EXPECT_EQ(emptyTable->Table(0).ExtraCount(), 2);
     const std::string written = IT8FormatChartWriter(*ReadChart(cases[5].text)).WriteString().CString();
     EXPECT_EQ(written.rfind("ORIGINATOR\t\"me\"\n", 0), 0u) << "no identifier, originator or date of its own added\n" << written;
 }

@@ -186,6 +186,9 @@ TEST(ProgressSub, EqualStepsAndBadStepArguments) {
     TKSubProgress sub(&parent);
     sub.SetSteps(4);
     EXPECT_EQ(sub.StepCount(), 4);
+    sub.StartStep(0);
+    sub.SetProgress(0.5);
+    EXPECT_DOUBLE_EQ(parent.fractions.back(), 0.125);
     sub.StartStep(2);
     sub.SetProgress(0.5);
     EXPECT_DOUBLE_EQ(parent.fractions.back(), 0.625);

@@ -323,6 +323,13 @@ TEST_F(LutPipelineErrorTest, StageClassesRefuseOtherTagsAndShortBlocks) {
     lut4->SetData(body.data(), uint32_t(body.size()), kBigEndian);
     gray->AddTag(lut4.Get(), false);
     EXPECT_TKERROR(TKICCTrafoBuilder(gray.Get()).GetB2ATrafo(0), InvalidICCTag);
+    // 27 entries of two bytes: 54 bytes where 32 are left.
+    for (int i = 0; i < 3; ++i) body[72 + size_t(i)] = 3;
+    auto shortClut = TKMakeRef<TKICC4LutTag>(TKICCSig("mBA "), TKICCSig("B2A0"));
+    shortClut->SetData(body.data(), uint32_t(body.size()), kBigEndian);
+    auto gray3 = NewProfile("GRAY", "Lab ", "prtr", 0x04300000);
+    gray3->AddTag(shortClut.Get(), false);
+    EXPECT_TKERROR(TKICCTrafoBuilder(gray3.Get()).GetB2ATrafo(0), InvalidICCTag);
 
     // A table of the wrong channel count for the profile's colour space.
     auto cmyk = NewProfile("CMYK", "Lab ", "prtr");

@@ -141,6 +141,7 @@ TEST(ICCLutTags, BuiltTablesAndTheirChecks) {
     EXPECT_EQ(out[out.size() - 1], 0x34);
     EXPECT_EQ(lut16->GetOutputCurvePoint(3, 2), 0x1234);
     EXPECT_TKERROR(lut16->GetInputCurvePoint(3, 0), IndexError);
+    EXPECT_TKERROR(lut16->GetOutputCurvePoint(4, 0), IndexError);
     EXPECT_TKERROR(lut16->SetupLut16(3, 3, 1, 2, 2), ArgErr);
 
     EXPECT_TKERROR(Tag("mft1", Bytes(43, 0))->GetData(nullptr, kLittleEndian), InvalidICCTag);

@@ -20,6 +20,10 @@ std::string MD5(const std::string& text) { return Hex(TKMD5::Of(text.data(), tex
 TEST(MD5, RFC1321Vectors) {
     EXPECT_EQ(MD5(""), "d41d8cd98f00b204e9800998ecf8427e");
     EXPECT_EQ(MD5("a"), "0cc175b9c0f1b6a831c399e269772661");
+    // 55, 56 and 57 bytes: the padding moves to a block of its own (Python's hashlib.md5).
+    EXPECT_EQ(MD5(std::string(55, 'a')), "ef1772b6dff9a122358552954ad0df65");
+    EXPECT_EQ(MD5(std::string(56, 'a')), "3b0c8ac703f828b04c6c197006d17218");
+    EXPECT_EQ(MD5(std::string(57, 'a')), "652b906d60af96844ebd21b674f35e93");
     EXPECT_EQ(MD5("abc"), "900150983cd24fb0d6963f7d28e17f72");
     EXPECT_EQ(MD5("message digest"), "f96b697d7cb7938d525a2f31aaf161d0");
     EXPECT_EQ(MD5("abcdefghijklmnopqrstuvwxyz"), "c3fcd3d76192e4007dfb496cca67e13b");

@@ -45,7 +45,9 @@ TEST(DataBaseText, ValuesCommentsAndPaths) {
     for (const auto& c : cases) {
         auto base = Parse(c.text);
         EXPECT_EQ(base->Exists(c.key), c.value != nullptr) << c.text << c.key;
-        if (c.value) EXPECT_STREQ(base->GetString(c.key, "?").CString(), c.value) << c.text;
+        if (c.value) {
+            EXPECT_STREQ(base->GetString(c.key, "?").CString(), c.value) << c.text;
+        }
     }
     int32_t index = 5;
     EXPECT_EQ(Parse("a = 1\n")->Find("q/b", &index), nullptr);
@@ -73,7 +75,9 @@ TEST(DataBaseText, MalformedTextsNameTheirFault) {
     for (const auto& c : cases) {
         auto base = TKMakeRef<TKDataBase>();
         const std::string message = TKERROR_MESSAGE(base->FromText(TKString(c.text.c_str())), c.code);
-        if (c.message) EXPECT_EQ(message, c.message);
+        if (c.message) {
+            EXPECT_EQ(message, c.message);
+        }
     }
     auto base = TKMakeRef<TKDataBase>();
     EXPECT_TKERROR(base->FromText(TKString("a = \"1 2\" 3")), FormatErr);

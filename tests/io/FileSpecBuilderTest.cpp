@@ -38,6 +38,11 @@ TEST(FileSpecBuilder, KeepsAnExtensionAlreadyThereAndExplicitNames) {
     TKFileSpecBuilder bare(TKFileSpec("/out/noext"));
     bare.SetTemplate("n");
     EXPECT_STREQ(bare.BuildName().CString(), "n");
+    // A spec without a type of its own takes the type of the name it gets.
+    TKFileSpecBuilder untyped;
+    untyped.SetTemplate("proof.icc");
+    untyped.Build();
+    EXPECT_EQ(untyped.Kind(), kFileKindICC);
 }
 
 TEST(FileSpecBuilder, MacroValuesCannotAddFolders) {

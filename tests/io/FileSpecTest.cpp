@@ -84,6 +84,7 @@ TEST(FileSpec, IsAbsolute) {
     EXPECT_TRUE(TKFileSpec::IsAbsolute("/usr"));
     EXPECT_TRUE(TKFileSpec::IsAbsolute("\\x"));
     EXPECT_TRUE(TKFileSpec::IsAbsolute("c:/x"));
+    EXPECT_TRUE(TKFileSpec::IsAbsolute("a:/x"));
     EXPECT_TRUE(TKFileSpec::IsAbsolute("Z:\\x"));
     EXPECT_FALSE(TKFileSpec::IsAbsolute("C:x"));
     EXPECT_FALSE(TKFileSpec::IsAbsolute("1:/x"));

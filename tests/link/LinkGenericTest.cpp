@@ -164,6 +164,13 @@ TEST(LinkGenericLazy, NodesAreComputedOnFirstUse) {
     EXPECT_EQ(Node(link, 8, 2), 3);  // a copied node is never recomputed
     link.CalcNode(0);                 // complete: nothing happens
     EXPECT_EQ(link.nodeCalls.load(), 124);
+    // The last node computed one by one completes a lazy link too.
+    InvertingLink small;
+    small.Init(1, 1, 3, 1);
+    small.Finish(false, false, nullptr);
+    for (uint32_t node = 0; node < 3; ++node) small.CalcNode(node);
+    EXPECT_TRUE(small.IsComplete());
+    EXPECT_EQ(small.NodeFlags(), nullptr);
 }
 
 TEST(LinkGenericLazy, ThreadsSharingALazyLinkAgreeWithAFullBake) {

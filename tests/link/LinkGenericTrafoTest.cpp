@@ -157,6 +157,8 @@ TEST(LinkSplit, TablesThatMissTheGridLinesStayInTheMiddle) {
     EXPECT_EQ(middle.GetCount(), 2);
     TKLinkGenericTrafo::SplitTrafo(chain.Get(), front, middle, back, 3);  // a coarser link grid
     EXPECT_EQ(front.GetCount(), 0);
+    TKLinkGenericTrafo::SplitTrafo(chain.Get(), front, middle, back, 2);  // two points hold any table
+    EXPECT_EQ(front.GetCount(), 1);
 }
 
 TEST(LinkSplit, XYZSourcesAreEncodedForTheGrid) {

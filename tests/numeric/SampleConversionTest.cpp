@@ -62,6 +62,7 @@ TEST(SampleConversion, FixedPoint) {
     EXPECT_EQ(DoubleToFixed8(1.5), 384);
     EXPECT_EQ(DoubleToFixed8(300.0), 32767);
     EXPECT_EQ(DoubleToFixed8(-300.0), -32767);
+    EXPECT_EQ(DoubleToFixed8(std::nan("")), 0);
     EXPECT_DOUBLE_EQ(Fixed8ToDouble(384), 1.5);
 }
 
