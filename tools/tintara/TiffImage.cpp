@@ -90,6 +90,9 @@ const MetadataCarrier kBlockCarriers[] = {{TIFFTAG_XMLPACKET, nullptr, 0, Metada
                                           {TIFFTAG_RICHTIFFIPTC, nullptr, 0, MetadataField::Iptc},
                                           {TIFFTAG_PHOTOSHOP, nullptr, 0, MetadataField::Photoshop}};
 
+// The most samples per pixel the host reads.
+constexpr uint16_t kMaxSamples = 64;
+
 // A tagged block of bytes (XMP, IPTC, Photoshop), empty when absent.
 std::vector<uint8_t> BlockTag(TIFF* t, uint32_t tag) {
     uint32_t count = 0;
@@ -135,6 +138,11 @@ void ReadShape(TIFF* t, const std::string& path, ImageShape& shape) {
         shape.extra = extra;
     }
     if (shape.samples == 0 || shape.extra >= shape.samples) throw fail("no colour channels");
+    // More than links have channels, with room for extra samples; a planar file would otherwise
+    // take a handle, and a read of the directory, per plane.
+    if (shape.samples > kMaxSamples)
+        throw fail(std::to_string(shape.samples) + " samples per pixel; at most " + std::to_string(kMaxSamples) +
+                   " are supported");
     if ((shape.photometric == PHOTOMETRIC_RGB || shape.IsLab()) && shape.ColourChannels() != 3)
         throw fail(std::string(shape.IsLab() ? "a Lab" : "an RGB") + " image with " +
                    std::to_string(shape.ColourChannels()) + " colour channels");

@@ -309,6 +309,25 @@ TEST_F(Host, DamagedStripsFailCleanly) {
     EXPECT_EQ(Files(), before);
 }
 
+// A planar gray TIFF of many samples per pixel: the reader takes a handle per plane, so a forged
+// sample count must be refused first (11521 planes took 2.4 GB and seconds).
+TEST_F(Host, ManySamplesPerPixelAreRefusedBeforeOpeningThePlanes) {
+    TIFF* t = TIFFOpen(Path("planes.tif").c_str(), "w");
+    ASSERT_NE(t, nullptr);
+    TIFFSetField(t, TIFFTAG_IMAGEWIDTH, 4);
+    TIFFSetField(t, TIFFTAG_IMAGELENGTH, 4);
+    TIFFSetField(t, TIFFTAG_BITSPERSAMPLE, 8);
+    TIFFSetField(t, TIFFTAG_SAMPLESPERPIXEL, 300);
+    TIFFSetField(t, TIFFTAG_PLANARCONFIG, PLANARCONFIG_SEPARATE);
+    TIFFSetField(t, TIFFTAG_PHOTOMETRIC, PHOTOMETRIC_MINISBLACK);
+    TIFFSetField(t, TIFFTAG_ROWSPERSTRIP, 4);
+    std::vector<uint8_t> plane(16, 0);
+    for (uint32_t s = 0; s < 300; ++s) ASSERT_GE(TIFFWriteEncodedStrip(t, s, plane.data(), 16), 0);
+    TIFFClose(t);
+    ExpectOneLineError(Run("apply -l '" + Link("rgb-to-rgb.lnk") + "' '" + Path("planes.tif") + "' '" + Path("o.tif") + "'"),
+                       "300 samples per pixel; at most 64");
+}
+
 // A deflate TIFF of zeros in many strips; with `shareOffsets` every strip entry points at the
 // first strip's bytes, so that little data claims a large image.
 void WriteStripTiff(const std::string& path, uint32_t width, uint32_t height, uint32_t rowsPerStrip,
