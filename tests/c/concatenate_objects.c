@@ -60,6 +60,7 @@ int main(int argc, char** argv) {
     check(gives(nested, kRGB, kRGB, 0.05), "lists nest");
 
     empty = TKConcatenateTrafos(NULL, NULL, NULL, NULL, NULL, NULL);
+    check(TKGetTrafoSrcDim(empty) == 0 && TKGetTrafoDstDim(empty) == 0, "the empty list has any dimension");
     /* Behind a member: in front, its dimension of 0 ("any") would stand for the whole list. */
     around = TKConcatenateTrafos(TK_TRAFO_OF_REF(nested), TK_TRAFO_OF_REF(empty), NULL, NULL, NULL, NULL);
     check(gives(around, kRGB, kRGB, 0.05), "an empty list changes no colour");

@@ -6,42 +6,22 @@
 #include "tintara.h"
 #include "CCheck.h"
 
-static void plain_trafo(void) {
-    double src[4] = {10.0, 20.0, 30.0, 40.0};
-    double dst[4] = {-1.0, -1.0, -1.0, -1.0};
+/* A plain trafo takes and gives any dimension and type: it evaluates without touching the
+ * host's channels. Null handles and absurd values are refused or passed, never a crash. */
+static void plain_trafo_and_bad_input(void) {
+    double src[4] = {10.0, 20.0, 30.0, 40.0}, dst[4] = {-1.0, -1.0, -1.0, -1.0};
+    double v[2] = {NAN, INFINITY}, out[2] = {0.0, 0.0};
     TKTrafoRef ref = TKNewTKTrafoRef();
-    check(ref != NULL, "TKNewTKTrafoRef gives a handle");
-    check(TKGetTrafoSrcDim(ref) == 0, "a plain trafo takes any dimension");
-    check(TKGetTrafoDstDim(ref) == 0, "and gives any dimension");
-    check(TKGetTrafoSrcType(ref) == 0 && TKGetTrafoDstType(ref) == 0, "and any colour type");
-    check(TKDoTrafo(ref, src, dst) == 0, "evaluating a plain trafo succeeds");
-    check(dst[0] == -1.0, "a trafo of any dimension takes no channels from the host");
-    TKFreeTKTrafoRef(ref);
-}
-
-static void concatenation(void) {
-    double src[3] = {1.0, 2.0, 3.0};
-    double dst[3] = {0.0, 0.0, 0.0};
-    TKTrafoRef list = TKConcatenateTrafos(NULL, NULL, NULL, NULL, NULL, NULL);
-    check(list != NULL, "concatenating nothing gives an empty list");
-    check(TKGetTrafoSrcDim(list) == 0 && TKGetTrafoDstDim(list) == 0, "the empty list has any dimension");
-    check(TKDoTrafo(list, src, dst) == 0, "the empty list evaluates");
-    TKFreeTKTrafoRef(list);
-}
-
-static void null_and_absurd_input(void) {
-    double v[2] = {NAN, INFINITY};
-    double out[2] = {0.0, 0.0};
-    TKTrafoRef ref = TKNewTKTrafoRef();
-    check(TKGetTrafoSrcDim(NULL) == 0, "TKGetTrafoSrcDim(NULL) is 0");
-    check(TKGetTrafoDstDim(NULL) == 0, "TKGetTrafoDstDim(NULL) is 0");
-    check(TKGetTrafoSrcType(NULL) == 0, "TKGetTrafoSrcType(NULL) is 0");
-    check(TKGetTrafoDstType(NULL) == 0, "TKGetTrafoDstType(NULL) is 0");
+    check(ref != NULL && TKGetTrafoSrcDim(ref) == 0 && TKGetTrafoDstDim(ref) == 0 && TKGetTrafoSrcType(ref) == 0 &&
+              TKGetTrafoDstType(ref) == 0,
+          "a plain trafo has any dimension and colour type");
+    check(TKDoTrafo(ref, src, dst) == 0 && dst[0] == -1.0, "it evaluates and takes no channels from the host");
+    check(TKGetTrafoSrcDim(NULL) == 0 && TKGetTrafoDstDim(NULL) == 0 && TKGetTrafoSrcType(NULL) == 0 &&
+              TKGetTrafoDstType(NULL) == 0,
+          "the getters give 0 for a null handle");
     TKFreeTKTrafoRef(NULL);
-    check(1, "TKFreeTKTrafoRef(NULL) does nothing");
-    check(TKDoTrafo(NULL, v, out) == 3, "TKDoTrafo without a handle is ArgErr");
-    check(TKDoTrafo(ref, NULL, out) == 3, "TKDoTrafo without a source is ArgErr");
-    check(TKDoTrafo(ref, v, NULL) == 3, "TKDoTrafo without a destination is ArgErr");
+    check(TKDoTrafo(NULL, v, out) == 3 && TKDoTrafo(ref, NULL, out) == 3 && TKDoTrafo(ref, v, NULL) == 3,
+          "TKDoTrafo without a handle, source or destination is ArgErr");
     check(TKDoTrafo(ref, v, out) == 0, "NaN and infinity pass through an identity");
     TKFreeTKTrafoRef(ref);
 }
@@ -80,16 +60,13 @@ static void link_as_trafo(const char* dataDir) {
     check(TKDoTrafo(link, huge, dst) == 0, "absurd source values are taken");
     for (i = 0; i < 4; ++i) inRange = inRange && dst[i] >= 0.0 && dst[i] <= 100.0;
     check(inRange, "and the link's answer stays within its range");
-    TKDoTrafo(link, nan3, dst);
-    check(1, "NaN source values don't crash the link");
+    TKDoTrafo(link, nan3, dst); /* NaN source values must not crash the link */
     TKFreeTKLink16Ref(link);
     TKFreeFileSpecRef(spec);
 }
 
 int main(int argc, char** argv) {
-    plain_trafo();
-    concatenation();
-    null_and_absurd_input();
+    plain_trafo_and_bad_input();
     many_handles();
     if (argc > 1) link_as_trafo(argv[1]);
     else printf("no data folder given: the link checks are left out\n");

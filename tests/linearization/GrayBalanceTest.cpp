@@ -34,14 +34,12 @@ public:
                         TKXYZSpace);
     }
 };
-class GrayBalanceErrorTest : public ::testing::Test {};
 
 // The G7 table's own points, and the ends of every target.
 TEST_F(GrayBalanceTest, TargetCurves) {
     auto g7 = TKNewGrayBalanceCurve(0);
     const double points[][2] = {{0, 0}, {49.8, 39.89}, {74.9, 66.07}, {100, 100}};
     for (const auto& p : points) EXPECT_NEAR(g7->MakeTone(p[0]), p[1], 0.05) << p[0];  // a 256-sample table
-    EXPECT_STREQ(TKNewGrayBalanceCurve(2)->ClassName(), "TKTR015Curve");
     EXPECT_FALSE(TKNewGrayBalanceCurve(3) || TKNewGrayBalanceCurve(-1));
 
     const TKVector paper({93.0, 0.5, -3.0}, TKLabSpace), solid({22.0, 1.5, 2.0}, TKLabSpace);
@@ -145,7 +143,7 @@ TEST_F(GrayBalanceTest, TargetsGivenAsColours) {
             EXPECT_NEAR(byTable->GetCurve(c).Apply(u), byCurve->GetCurve(c).Apply(u), 1e-3) << c << " " << u;
 }
 
-TEST_F(GrayBalanceErrorTest, RefusedInputs) {
+TEST(GrayBalanceErrorTest, RefusedInputs) {
     TKRefPtr<SimulatedPress> press(new SimulatedPress(1.0), true);
     TKCalcGrayBalanceCurves solver(press.Get());
     solver.SetCurveType(7);  // no such curve: the next calculation finds none

@@ -10,6 +10,7 @@
 #include "linearization/TKCalcLinearizationVariants.h"
 #include "linearization/TKColorLinearization.h"
 #include "linearization/TKCurveSlope.h"
+#include "linearization/TKToneFit.h"
 #include "support/TestSupport.h"
 
 namespace {
@@ -49,7 +50,6 @@ bool IsRising(const TKCurveLinearization& curve) {
 }
 
 class LinearizationTest : public TKNoErrorTest {};
-class LinearizationErrorTest : public ::testing::Test {};
 
 // In lightness, tone = f^g, so the curve is the inverse u^(1/g). Every lightness-based measure
 // (delta L, delta E and position in Lab of a neutral ramp) sees the same share of the way.
@@ -150,6 +150,20 @@ TEST_F(LinearizationTest, SmoothingFlattensNoise) {
     EXPECT_LT(roughness(1e7), 0.5 * roughness(-1.0));
 }
 
+// The smoothed values minimise weight |z - v|^2 + smoothing |D z|^2 (D: second differences), so
+// they solve weight (z - v) + smoothing D'D z = 0, checked here term by term.
+TEST(ToneFit, SmoothedValuesSolveTheirNormalEquations) {
+    const std::vector<double> v = {0.0, 0.3, 0.1, 0.6, 0.5, 0.9, 1.0};
+    const double smoothing = 2.0, weight = 0.5, c[3] = {1.0, -2.0, 1.0};
+    const std::vector<double> z = TKSmoothValues(v, smoothing, weight);
+    ASSERT_EQ(z.size(), v.size());
+    std::vector<double> residual(v.size());
+    for (size_t k = 0; k < v.size(); ++k) residual[k] = weight * (z[k] - v[k]);
+    for (size_t j = 0; j + 2 < v.size(); ++j)
+        for (size_t a = 0; a < 3; ++a) residual[j + a] += smoothing * c[a] * (z[j] - 2 * z[j + 1] + z[j + 2]);
+    for (size_t k = 0; k < v.size(); ++k) EXPECT_NEAR(residual[k], 0.0, 1e-9) << k;
+}
+
 // An ink limit at the full value changes nothing; a lower one becomes the curve's end; without
 // a limit the end moves to where the process goes flat.
 TEST_F(LinearizationTest, InkLimitsMoveTheCurvesEnd) {
@@ -175,13 +189,6 @@ TEST_F(LinearizationTest, InkLimitsMoveTheCurvesEnd) {
     }
 }
 
-TEST_F(LinearizationErrorTest, InkLimitsOutOfRange) {
-    const Chart chart = WedgeChart(5, PowerTone);
-    for (double bad : {0.0, -5.0, 100.5, std::numeric_limits<double>::quiet_NaN()})
-        EXPECT_TKERROR(TKCalcInkLimitColorLinearization(chart.device, chart.measured, TKVector({100.0, bad, 100.0, 100.0})),
-                       ArgErr);
-}
-
 // The common curve of all channels comes from the wedge from the minimum to the maximum.
 TEST_F(LinearizationTest, SameCurveForEveryChannel) {
     TKMatrix device(11, 3, int32_t(TKCMYSpace)), measured(11, 3, int32_t(TKLabSpace));
@@ -201,7 +208,7 @@ TEST_F(LinearizationTest, SameCurveForEveryChannel) {
     EXPECT_EQ(uint32_t(out.GetType()), TKCMYSpace);
 }
 
-TEST_F(LinearizationErrorTest, MultiLinearizationAppliesInOrder) {
+TEST(LinearizationErrorTest, MultiLinearizationAppliesInOrder) {
     TKRefPtr<TKColorLinearization> first(new TKColorLinearization(TKCMYKSpace), true);
     first->GetCurveRef(0).SetGamma(2.0);
     TKMultiLinearization both;
@@ -212,8 +219,8 @@ TEST_F(LinearizationErrorTest, MultiLinearizationAppliesInOrder) {
     EXPECT_TKERROR(both.Append(nullptr, false), PtrInvalid);
 }
 
-// Charts that cannot be read raise the codes hosts get back.
-TEST_F(LinearizationErrorTest, UnreadableChartsAreRefused) {
+// Charts that cannot be read, and ink limits out of range, raise the codes hosts get back.
+TEST(LinearizationErrorTest, UnreadableChartsAreRefused) {
     const Chart good = WedgeChart(5, PowerTone);
     const double nan = std::numeric_limits<double>::quiet_NaN(), inf = std::numeric_limits<double>::infinity();
     struct Case {
@@ -234,6 +241,9 @@ TEST_F(LinearizationErrorTest, UnreadableChartsAreRefused) {
         c.spoil(chart);
         EXPECT_TKERROR(TKCalcColorLinearization(chart.device, chart.measured), c.code);
     }
+    for (double bad : {0.0, -5.0, 100.5, nan})
+        EXPECT_TKERROR(TKCalcInkLimitColorLinearization(good.device, good.measured, TKVector({100.0, bad, 100.0, 100.0})),
+                       ArgErr);
 }
 
 // Slope limits act on the normalized curve; ends stay, the lower limit makes curves monotonic,
@@ -274,7 +284,7 @@ TEST_F(LinearizationTest, SlopeLimits) {
     EXPECT_TRUE(gamma.IsGamma());
 }
 
-TEST_F(LinearizationErrorTest, BadSlopeLimitsKeepTheCurves) {
+TEST(LinearizationErrorTest, BadSlopeLimitsKeepTheCurves) {
     auto curves = NewLinearization();
     curves->GetCurveRef(0).SetGamma(0.5);
     const double nan = std::numeric_limits<double>::quiet_NaN();

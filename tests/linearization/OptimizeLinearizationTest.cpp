@@ -31,10 +31,7 @@ using OptimizeLinearizationTest = TKNoErrorTest;
 // per channel, which a 12-point monotonic cubic holds to well within 0.2.
 TEST_F(OptimizeLinearizationTest, TunedOnThePressModelMatchesTheReferenceBetweenSteps) {
     TKRefPtr<SimulatedPress> press(new SimulatedPress(0.8), true), reference(new SimulatedPress(1.0), true);
-    const WedgeChart printed = PrintWedgeChart(*press, 21), wanted = PrintWedgeChart(*reference, 21);
-    TKRefPtr<TKColorLinearization> curves(new TKColorLinearization(TKCMYKSpace), true);
-    TKCalcRefColorLinearization(printed.device, printed.measured, wanted.device, wanted.measured)
-        .CalcChannelCurves(curves.Get());
+    TKRefPtr<TKColorLinearization> curves = ReferenceCurves(*press, *reference, 21);
     const double fromChart = WorstOnWedges(*press, *curves, *reference);
 
     TKRefPtr<TKOptimizeLinearizationAndTrafo> tuner(new TKOptimizeLinearizationAndTrafo(press.Get()), true);

@@ -8,6 +8,7 @@
 #include "icc/TKICCProfile.h"
 #include "icc/TKICCTrafoBuilder.h"
 #include "io/TKFileSpec.h"
+#include "linearization/TKCalcLinearizationVariants.h"
 #include "support/TestSupport.h"
 
 SimulatedPress::SimulatedPress(double gamma) : fGamma(gamma) {
@@ -48,4 +49,12 @@ WedgeChart PrintWedgeChart(const TKTrafo& press, int32_t steps, const TKTrafo* c
             ++row;
         }
     return chart;
+}
+
+TKRefPtr<TKColorLinearization> ReferenceCurves(const TKTrafo& press, const TKTrafo& reference, int32_t steps) {
+    const WedgeChart printed = PrintWedgeChart(press, steps), wanted = PrintWedgeChart(reference, steps);
+    TKRefPtr<TKColorLinearization> curves(new TKColorLinearization(TKCMYKSpace), true);
+    TKCalcRefColorLinearization(printed.device, printed.measured, wanted.device, wanted.measured)
+        .CalcChannelCurves(curves.Get());
+    return curves;
 }

@@ -34,5 +34,10 @@ struct WedgeChart {
 };
 WedgeChart PrintWedgeChart(const TKTrafo& press, int32_t steps, const TKTrafo* curves = nullptr);
 
+// The reference linearization of `press` towards `reference` from both presses' wedges of
+// `steps` steps.
+class TKColorLinearization;
+TKRefPtr<TKColorLinearization> ReferenceCurves(const TKTrafo& press, const TKTrafo& reference, int32_t steps);
+
 // The device colour of a wedge: channel 0..3 alone, or 4 for the gray (C = M = Y).
 TKVector WedgeColour(int32_t wedge, double percent);

@@ -217,6 +217,17 @@ TEST(ColorException, BlackRulesTriggerExactlyAtTheirThresholds) {
     ExpectNear(toK.ApplyExceptions(CMYK(100, 100, 100, 100), d), CMYK(0, 0, 0, 100), 0);
 }
 
+// RGB black becomes the destination's full black (without side trafos K alone) only when a
+// black flag asks.
+TEST(ColorException, RGBBlackFollowsTheBlackFlags) {
+    const TKVector rgbBlack({0, 0, 0}, int32_t(TKRGBSpace)), d = CMYK(30, 20, 20, 80);
+    struct Case { uint32_t mode; TKVector expected; };
+    for (const Case& c : {Case{kTKFullBlack, CMYK(0, 0, 0, 100)}, Case{kTKPureBlack, CMYK(0, 0, 0, 100)},
+                          Case{kTKPureWhite, d}})
+        ExpectNear(MakeException(c.mode, TKRGBSpace, TKCMYKSpace).ApplyExceptions(rgbBlack, d), c.expected, 1e-9,
+                   TKExceptionModeName(c.mode));
+}
+
 TEST(ColorException, GrayCurveIsSkippedWhenGrayIsIgnored) {
     struct Case { uint32_t mode; double k; };
     // Gray 50 to CMYK: the curve makes 25, the linear ramp 50; with both flags the ramp wins.
@@ -285,7 +296,6 @@ TEST(ColorException, SelectsTheColoursItChanges) {
     EXPECT_EQ(affected.GetRow(0), CMYK(0, 0, 0, 100));
     EXPECT_EQ(affected.GetRow(1), CMYK(0, 0, 0, 0));
     ASSERT_EQ(exception.SelectAffectedColors(colours, false).GetHeight(), 1);
-    EXPECT_EQ(exception.GetMode(), uint32_t(kTKPureBlack | kTKPureWhite));
 }
 
 TEST(ColorException, RejectsColoursThatContradictTheirTypes) {

@@ -125,22 +125,18 @@ TEST(ReplaceColor, RefusesBadRulesAndPixelsWithoutATrafo) {
 }
 
 TEST(ExceptionList, RulesRoundTripThroughTheDataBase) {
+    auto rule = [](int32_t type, int32_t mode, TKVector loSrc, TKVector hiSrc, TKVector loDst, TKVector hiDst,
+                   double tolerance) {
+        auto made = std::make_unique<TKExceptionRule>();
+        made->type = type;
+        made->mode = mode;
+        made->loSrc = loSrc, made->hiSrc = hiSrc, made->loDst = loDst, made->hiDst = hiDst;
+        made->tolerance = tolerance;
+        return made;
+    };
     TKExceptionList list;
-    auto point = std::make_unique<TKExceptionRule>();
-    point->type = TKExceptionRule::kPoint;
-    point->mode = 4;
-    point->loSrc = CMYK(0, 0, 0, 100);
-    point->loDst = CMYK(40, 30, 30, 100);
-    point->tolerance = 1.5;
-    list.Add(std::move(point));
-    auto line = std::make_unique<TKExceptionRule>();
-    line->type = TKExceptionRule::kLine;
-    line->mode = 2;
-    line->loSrc = CMYK(0, 0, 0, 0);
-    line->hiSrc = CMYK(100, 0, 0, 0);
-    line->loDst = CMYK(0, 0, 0, 0);
-    line->hiDst = CMYK(0, 100, 0, 0);
-    list.Add(std::move(line));
+    list.Add(rule(TKExceptionRule::kPoint, 4, CMYK(0, 0, 0, 100), {}, CMYK(40, 30, 30, 100), {}, 1.5));
+    list.Add(rule(TKExceptionRule::kLine, 2, CMYK(0, 0, 0, 0), CMYK(100, 0, 0, 0), CMYK(0, 0, 0, 0), CMYK(0, 100, 0, 0), 0));
     list.Add(std::make_unique<TKExceptionRule>());  // type 0 is kept but makes no rule
     TKDataBase base;
     list.Save(base);
