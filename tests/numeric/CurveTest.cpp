@@ -184,6 +184,8 @@ TEST(CurveTable, TwoPointRuleAtEqualAbscissaeGivesTheMean) {
     const double y = c.ApplyInverse(0.5);
     EXPECT_GE(y, 1.0 / 3.0);
     EXPECT_LE(y, 2.0 / 3.0);
+    // A press curve that saturates before full input: full output inverts to full input.
+    EXPECT_EQ(Table({0.0, 0.5, 1.0, 1.0}).ApplyInverse(1.0), 1.0);
 }
 
 TEST(CurveTable, ResampleGammaAndKeepSameCount) {

@@ -129,6 +129,10 @@ TEST(Vector, ArithmeticInPlaceAndOperators) {
     EXPECT_EQ(big[19], 19.0);
     a.SubtractScalar(1.0);
     EXPECT_EQ(a, TKVector({0.0, 1.0, 2.0}));
+    a.AddScalar(0.5);
+    EXPECT_EQ(a, TKVector({0.5, 1.5, 2.5}));
+    a.SetDim(4);  // the slot behind the old end was not touched
+    EXPECT_EQ(a[3], 0.0);
 }
 
 TEST(Vector, FillSortInsertRemove) {
